@@ -1,0 +1,86 @@
+// What the benchmarks share: the three sizes, the tier switch, and images with noise-free content.
+#ifndef UVEK_BENCH_SUPPORT_H
+#define UVEK_BENCH_SUPPORT_H
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frame/frame.h"
+
+namespace uvek::bench {
+
+// Names are FAMILY_OPERATION/PEER/SIZE, where PEER is tier0 .. tier3 or the name of another library:
+// scripts/bench finds the ratios by them.
+
+struct Size {
+    int width, height;
+    std::string name() const { return std::to_string(width) + "x" + std::to_string(height); }
+};
+
+// In cache, of a screen, past any cache.
+constexpr Size kSizes[] = {{256, 256}, {1920, 1080}, {4096, 4096}};
+
+inline void UseTier(int tier)
+{
+    vekTierIndex = tier;
+    FillSlots(vekSlotRecords, vekSlotRecordCount, vekSlotWaterfall[tier]);
+}
+
+// A 64-byte aligned packed image of smooth waves with some grain, alike for every peer.
+template <typename T>
+class Image {
+public:
+    Image(Size size, int channels) : size_(size), channels_(channels), samples_((size_t)size.width * size.height * channels + 64 / sizeof(T))
+    {
+        while (((uintptr_t)(samples_.data() + shift_)) % 64)
+            ++shift_;
+        uint32_t grain = 1;
+        T* p = data();
+        for (int y = 0; y < size.height; ++y)
+            for (int x = 0; x < size.width * channels; ++x) {
+                grain = grain * 1664525u + 1013904223u;
+                *p++ = (T)(120 + 90 * std::sin(x * 0.013) * std::cos(y * 0.017) + (grain >> 28));
+            }
+    }
+    T* data() { return samples_.data() + shift_; }
+    int step() const { return (int)(size_.width * channels_ * sizeof(T)); }
+    int64_t bytes() const { return (int64_t)step() * size_.height; }
+    VekImageSize size() const { return {size_.width, size_.height}; }
+
+private:
+    Size size_;
+    int channels_;
+    std::vector<T> samples_;
+    size_t shift_ = 0;
+};
+
+// Registers `call` on a tier (or under a peer's name, tier -1), counting `bytes` a call.
+template <typename Call>
+void Register(const std::string& operation, const std::string& peer, int tier, const std::string& size, int64_t bytes, Call call)
+{
+    benchmark::RegisterBenchmark((operation + "/" + peer + "/" + size).c_str(), [=](benchmark::State& state) mutable {
+        if (tier >= 0)
+            UseTier(tier);
+        for (auto _ : state) {
+            call();
+            benchmark::ClobberMemory();
+        }
+        state.SetBytesProcessed(state.iterations() * bytes);
+    });
+}
+
+// On all four tiers.
+template <typename Call>
+void RegisterTiers(const std::string& operation, const std::string& size, int64_t bytes, Call call)
+{
+    for (int tier = 0; tier < 4; ++tier)
+        Register(operation, "tier" + std::to_string(tier), tier, size, bytes, call);
+}
+
+}  // namespace uvek::bench
+
+#endif

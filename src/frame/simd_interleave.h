@@ -1,0 +1,171 @@
+// Pixels of three or four samples to planes of 16 (or 8) samples and back.
+#ifndef UVEK_FRAME_SIMD_INTERLEAVE_H
+#define UVEK_FRAME_SIMD_INTERLEAVE_H
+
+#include "frame/simd.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+
+// A shuffle index that fetches byte `byte` of the run of registers if it stands in register `part`.
+constexpr int ByteOfPart(int byte, int part)
+{
+    return byte / 16 == part ? byte % 16 : 0x80;
+}
+
+// 16 pixels of three bytes stand in three registers, R0 G0 B0 .. R5, G5 B5 R6 .. G10, B10 R11 .. B15.
+// Channel c of a pixel i is byte 3 i + c of the run: one shuffle of each register and two ORs.
+template <int part, int c>
+inline V Gather3Index()
+{
+    return Lanes8(ByteOfPart(c, part), ByteOfPart(3 + c, part), ByteOfPart(6 + c, part), ByteOfPart(9 + c, part),
+                  ByteOfPart(12 + c, part), ByteOfPart(15 + c, part), ByteOfPart(18 + c, part), ByteOfPart(21 + c, part),
+                  ByteOfPart(24 + c, part), ByteOfPart(27 + c, part), ByteOfPart(30 + c, part), ByteOfPart(33 + c, part),
+                  ByteOfPart(36 + c, part), ByteOfPart(39 + c, part), ByteOfPart(42 + c, part), ByteOfPart(45 + c, part));
+}
+
+// One step of a perfect shuffle of 48 bytes: byte p moves to 2 p mod 47. Four steps make 16 p mod 47,
+// which takes byte 3 i + c to 16 c + i.
+inline void PerfectShuffle48(V& a, V& b, V& c)
+{
+    const V x = UnpackLow8(a, BytesDown<8>(b)), y = UnpackLow8(BytesDown<8>(a), c), z = UnpackLow8(b, BytesDown<8>(c));
+    a = x;
+    b = y;
+    c = z;
+}
+
+// The step back: even bytes to the first 24, odd bytes to the last 24.
+inline void PerfectUnshuffle48(V& a, V& b, V& c)
+{
+    const V low = Splat16(0xff);
+    const V evenAB = Pack16sTo8u(And(a, low), And(b, low));
+    const V oddAB = Pack16sTo8u(ShiftRight16u<8>(a), ShiftRight16u<8>(b));
+    const V bothC = Pack16sTo8u(And(c, low), ShiftRight16u<8>(c));
+    a = evenAB;
+    b = UnpackLow64(bothC, oddAB);
+    c = UnpackHigh64(oddAB, bothC);
+}
+
+// a, b, c: 16 interleaved pixels on entry, their three planes on return.
+inline void Deinterleave3x8(V& a, V& b, V& c)
+{
+    if constexpr (kHasByteShuffle) {
+        const V x = Or(Or(Shuffle8(a, Gather3Index<0, 0>()), Shuffle8(b, Gather3Index<1, 0>())), Shuffle8(c, Gather3Index<2, 0>()));
+        const V y = Or(Or(Shuffle8(a, Gather3Index<0, 1>()), Shuffle8(b, Gather3Index<1, 1>())), Shuffle8(c, Gather3Index<2, 1>()));
+        const V z = Or(Or(Shuffle8(a, Gather3Index<0, 2>()), Shuffle8(b, Gather3Index<1, 2>())), Shuffle8(c, Gather3Index<2, 2>()));
+        a = x;
+        b = y;
+        c = z;
+    } else {
+        for (int step = 0; step < 4; ++step)
+            PerfectShuffle48(a, b, c);
+    }
+}
+
+// Byte j of output register `part` comes from plane (16 part + j) % 3, sample (16 part + j) / 3.
+constexpr int SampleOfPlane(int byte, int plane)
+{
+    return byte % 3 == plane ? byte / 3 : 0x80;
+}
+
+template <int part, int plane>
+inline V Scatter3Index()
+{
+    constexpr int k = 16 * part;
+    return Lanes8(SampleOfPlane(k, plane), SampleOfPlane(k + 1, plane), SampleOfPlane(k + 2, plane), SampleOfPlane(k + 3, plane),
+                  SampleOfPlane(k + 4, plane), SampleOfPlane(k + 5, plane), SampleOfPlane(k + 6, plane), SampleOfPlane(k + 7, plane),
+                  SampleOfPlane(k + 8, plane), SampleOfPlane(k + 9, plane), SampleOfPlane(k + 10, plane), SampleOfPlane(k + 11, plane),
+                  SampleOfPlane(k + 12, plane), SampleOfPlane(k + 13, plane), SampleOfPlane(k + 14, plane), SampleOfPlane(k + 15, plane));
+}
+
+// a, b, c: planes of 16 bytes on entry, 16 interleaved pixels on return.
+inline void Interleave3x8(V& a, V& b, V& c)
+{
+    if constexpr (kHasByteShuffle) {
+        const V x = Or(Or(Shuffle8(a, Scatter3Index<0, 0>()), Shuffle8(b, Scatter3Index<0, 1>())), Shuffle8(c, Scatter3Index<0, 2>()));
+        const V y = Or(Or(Shuffle8(a, Scatter3Index<1, 0>()), Shuffle8(b, Scatter3Index<1, 1>())), Shuffle8(c, Scatter3Index<1, 2>()));
+        const V z = Or(Or(Shuffle8(a, Scatter3Index<2, 0>()), Shuffle8(b, Scatter3Index<2, 1>())), Shuffle8(c, Scatter3Index<2, 2>()));
+        a = x;
+        b = y;
+        c = z;
+    } else {
+        for (int step = 0; step < 4; ++step)
+            PerfectUnshuffle48(a, b, c);
+    }
+}
+
+// 16 pixels of four bytes; each UnpackLow/High pair is a step of a perfect shuffle of 64 bytes.
+inline void Deinterleave4x8(V& a, V& b, V& c, V& d)
+{
+    for (int step = 0; step < 4; ++step) {
+        const V x = UnpackLow8(a, c), y = UnpackHigh8(a, c), z = UnpackLow8(b, d), w = UnpackHigh8(b, d);
+        a = x;
+        b = y;
+        c = z;
+        d = w;
+    }
+}
+
+inline void Interleave4x8(V& a, V& b, V& c, V& d)
+{
+    const V abLow = UnpackLow8(a, b), abHigh = UnpackHigh8(a, b), cdLow = UnpackLow8(c, d), cdHigh = UnpackHigh8(c, d);
+    a = UnpackLow16(abLow, cdLow);
+    b = UnpackHigh16(abLow, cdLow);
+    c = UnpackLow16(abHigh, cdHigh);
+    d = UnpackHigh16(abHigh, cdHigh);
+}
+
+// Eight pixels of three 16-bit samples: three steps of a perfect shuffle of 24 words, w to 2 w mod 23,
+// make 8 w mod 23, which takes word 3 i + c to 8 c + i.
+inline void Deinterleave3x16(V& a, V& b, V& c)
+{
+    for (int step = 0; step < 3; ++step) {
+        const V x = UnpackLow16(a, BytesDown<8>(b)), y = UnpackLow16(BytesDown<8>(a), c), z = UnpackLow16(b, BytesDown<8>(c));
+        a = x;
+        b = y;
+        c = z;
+    }
+}
+
+// The low and the high words of the four pairs, as the low and the high half.
+inline V SplitWords(V v)
+{
+    if constexpr (kHasByteShuffle)
+        return Shuffle8(v, Lanes8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15));
+    else
+        return Permute32<0, 2, 1, 3>(PermuteHigh16<0, 2, 1, 3>(PermuteLow16<0, 2, 1, 3>(v)));
+}
+
+inline void Interleave3x16(V& a, V& b, V& c)
+{
+    for (int step = 0; step < 3; ++step) {
+        const V x = SplitWords(a), y = SplitWords(b), z = SplitWords(c);
+        const V odd = UnpackHigh64(x, y);
+        a = UnpackLow64(x, y);
+        b = UnpackLow64(z, odd);
+        c = UnpackHigh64(odd, z);
+    }
+}
+
+inline void Deinterleave4x16(V& a, V& b, V& c, V& d)
+{
+    for (int step = 0; step < 3; ++step) {
+        const V x = UnpackLow16(a, c), y = UnpackHigh16(a, c), z = UnpackLow16(b, d), w = UnpackHigh16(b, d);
+        a = x;
+        b = y;
+        c = z;
+        d = w;
+    }
+}
+
+inline void Interleave4x16(V& a, V& b, V& c, V& d)
+{
+    const V abLow = UnpackLow16(a, b), abHigh = UnpackHigh16(a, b), cdLow = UnpackLow16(c, d), cdHigh = UnpackHigh16(c, d);
+    a = UnpackLow32(abLow, cdLow);
+    b = UnpackHigh32(abLow, cdLow);
+    c = UnpackLow32(abHigh, cdHigh);
+    d = UnpackHigh32(abHigh, cdHigh);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif
