@@ -7,10 +7,15 @@
 
 #include "uvek/base.h"
 
+#if defined(_WIN32)  // where the .def file alone decides what is exported
+#define VEK_INTERNAL
+#define VEK_EXPORTED
+#else
 #define VEK_INTERNAL __attribute__((visibility("hidden")))
 #define VEK_EXPORTED __attribute__((visibility("default")))
+#endif
 // Stands in the symbol table although nothing in the library may call it.
-#define VEK_OPERATION __attribute__((visibility("hidden"), used, noinline))
+#define VEK_OPERATION VEK_INTERNAL __attribute__((used, noinline))
 
 extern "C" {
 

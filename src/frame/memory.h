@@ -7,8 +7,8 @@
 namespace uvek {
 
 // vekMalloc and vekFree with a 64-bit byte count; null below 1 or when memory is short.
-__attribute__((visibility("hidden"))) void* AllocateBlock(int64_t bytes);
-__attribute__((visibility("hidden"))) void ReleaseBlock(void* block);
+void* AllocateBlock(int64_t bytes);
+void ReleaseBlock(void* block);
 
 }  // namespace uvek
 
