@@ -92,7 +92,6 @@ VekStatus vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, V
 
 /* ---- Huffman coding ---- */
 
-
 /* Records that the caller owns. Their sizes come from the ...GetBufSize functions; they need the
    alignment of malloc, hold no pointers, and may be copied byte by byte. A Spec is a table, read-only
    once built and fit to be shared by threads; a State serves one stream. */
