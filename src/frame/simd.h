@@ -309,6 +309,22 @@ inline V Shuffle8(V v, V index)
 #endif
 }
 
+// All lanes in the opposite order.
+inline V Reverse16(V v)
+{
+    return Permute32<2, 3, 0, 1>(PermuteHigh16<3, 2, 1, 0>(PermuteLow16<3, 2, 1, 0>(v)));
+}
+
+inline V Reverse8(V v)
+{
+#if VEK_TIER >= 2
+    return Shuffle8(v, Lanes8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+#else
+    const V words = Reverse16(v);
+    return Or(_mm_slli_epi16(words, 8), _mm_srli_epi16(words, 8));
+#endif
+}
+
 // ---- Width ----
 
 inline V Pack16sTo8s(V a, V b) { return _mm_packs_epi16(a, b); }
