@@ -1,10 +1,24 @@
 // Decodes baseline blocks, and the differences of lossless scans.
+#include "frame/simd.h"
 #include "jpeg/huffman_reader.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
-VekStatus DecodeDc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek16s* lastDc)
+// One by one: of a loop the compiler makes a call or a string instruction, dear for so few bytes.
+VEK_HOT void ClearBlock(Vek16s* dst)
+{
+    StoreU(dst, Zero());
+    StoreU(dst + 8, Zero());
+    StoreU(dst + 16, Zero());
+    StoreU(dst + 24, Zero());
+    StoreU(dst + 32, Zero());
+    StoreU(dst + 40, Zero());
+    StoreU(dst + 48, Zero());
+    StoreU(dst + 56, Zero());
+}
+
+VEK_HOT VekStatus DecodeDc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek16s* lastDc)
 {
     Vek32u symbol;
     VekStatus status = reader.ReadSymbol(table, &symbol);
@@ -23,11 +37,11 @@ VekStatus DecodeDc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s
 }
 
 // Leaves in *next the zigzag position after the last one that was consumed.
-VekStatus DecodeAc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek32s* next)
+VEK_HOT VekStatus DecodeAc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek32s* next)
 {
     Vek32s at = 1;
-    VekStatus status = StatusOk;
-    while (at < kBlockSize) {
+    VekStatus status;
+    do {
         Vek32u symbol;
         status = reader.ReadSymbol(table, &symbol);
         if (status < 0)
@@ -39,10 +53,10 @@ VekStatus DecodeAc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s
             at += 16;
             continue;
         }
-        const Vek32s natural = kNaturalOrder[at + run];
-        at += run + 1;
+        at += run;
         Vek32s value;
         status = reader.ReadValue(size, &value);
+        const Vek32s natural = kNaturalOrder[at++];
         if (status < 0)
             break;
         if (natural < 0) {
@@ -50,7 +64,7 @@ VekStatus DecodeAc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s
             break;
         }
         Put(dst + natural, (Vek16s)value);
-    }
+    } while (at < kBlockSize);
     *next = at;
     return status;
 }
@@ -66,7 +80,7 @@ VekStatus vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, Vek32s srcLenByt
     if (!pSrcCurrPos || !pDst || !pLastDC || !pMarker)                return StatusNullPointer;
     if (!pDcTable || !pAcTable || !pDecHuffState)                     return StatusNullPointer;
 
-    memset(pDst, 0, kBlockSize * sizeof *pDst);
+    ClearBlock(pDst);
     HuffmanReader reader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState);
     Vek32s consumed = 0;
     VekStatus status = DecodeDc(reader, *pDcTable, pDst, pLastDC);

@@ -5,6 +5,9 @@
 
 #include "jpeg/huffman_records.h"
 
+// The reader lives in registers only while none of its addresses is taken, so all of this is inlined.
+#define VEK_HOT __attribute__((always_inline)) inline
+
 namespace uvek::VEK_TIER_NAMESPACE {
 
 class HuffmanReader {
@@ -16,6 +19,7 @@ public:
           count_(state->bitCount),
           marker_(Get(marker))
     {
+        fastEnd_ = marker_ == 0 ? end_ : next_;
     }
 
     void Save(const Vek8u* src, Vek32s* position, Vek32s* marker, DecodeHuffmanState* state) const
@@ -27,9 +31,9 @@ public:
     }
 
     // Reads the next symbol of `table`. A negative status ends the block.
-    VekStatus ReadSymbol(const DecodeHuffmanSpec& table, Vek32u* symbol)
+    VEK_HOT VekStatus ReadSymbol(const DecodeHuffmanSpec& table, Vek32u* symbol)
     {
-        if (count_ < 8) {
+        if (__builtin_expect(count_ < 8, 0)) {
             const VekStatus status = Fill(0);
             if (status < 0)
                 return status;
@@ -37,7 +41,7 @@ public:
                 return ReadLongSymbol(table, 1, symbol);
         }
         const Vek32u entry = table.fastLookup[bits_ >> 56];
-        if (entry == 0)
+        if (__builtin_expect(entry == 0, 0))
             return ReadLongSymbol(table, 9, symbol);
         Drop((Vek32s)(entry >> 16));
         *symbol = entry & 0xffff;
@@ -45,7 +49,7 @@ public:
     }
 
     // Reads `size` bits, 1 to 16, as an unsigned number.
-    VekStatus ReadBits(Vek32s size, Vek32u* value)
+    VEK_HOT VekStatus ReadBits(Vek32s size, Vek32u* value)
     {
         const VekStatus status = Need(size);
         if (status < 0)
@@ -56,7 +60,7 @@ public:
     }
 
     // Reads the value that follows a symbol of `size`, 1 to 15: a clear first bit makes it negative.
-    VekStatus ReadValue(Vek32s size, Vek32s* value)
+    VEK_HOT VekStatus ReadValue(Vek32s size, Vek32s* value)
     {
         const VekStatus status = Need(size);
         if (status < 0)
@@ -75,7 +79,7 @@ private:
         count_ -= size;
     }
 
-    VekStatus Need(Vek32s size)
+    VEK_HOT VekStatus Need(Vek32s size)
     {
         if (count_ >= size)
             return StatusOk;
@@ -84,9 +88,9 @@ private:
         return status < 0 || count_ >= size ? status : StatusBitstreamEnd;
     }
 
-    VekStatus Fill(Vek32s needed)
+    VEK_HOT VekStatus Fill(Vek32s needed)
     {
-        if (kBlocks && marker_ == 0 && end_ - next_ >= 4) {
+        if (kBlocks && fastEnd_ - next_ >= 4) {
             const Vek32u bytes = Get((const Vek32u*)next_);
             // Some byte is 0xff: its complement is zero, and only that borrows past a clear top bit.
             const bool hasStuffing = ((~bytes - 0x01010101u) & bytes & 0x80808080u) != 0;
@@ -122,6 +126,7 @@ private:
                     byte = *next_++;
                     if (byte != 0) {
                         marker_ = byte;
+                        fastEnd_ = next_;
                         return StatusOk;
                     }
                     byte = 0xff;
@@ -133,11 +138,13 @@ private:
     }
 
     // Codes that the lookup does not hold, bit by bit from `length` on.
-    VekStatus ReadLongSymbol(const DecodeHuffmanSpec& table, Vek32s length, Vek32u* symbol)
+    VEK_HOT VekStatus ReadLongSymbol(const DecodeHuffmanSpec& table, Vek32s length, Vek32u* symbol)
     {
         HuffmanReader copy = *this;
-        const VekStatus status = copy.ReadByLength(table, length, symbol);
+        Vek32u found = 0;
+        const VekStatus status = copy.ReadByLength(table, length, &found);
         *this = copy;
+        *symbol = found;
         return status;
     }
 
@@ -162,6 +169,7 @@ private:
 
     const Vek8u* next_;
     const Vek8u* end_;
+    const Vek8u* fastEnd_;  // whole words may be taken up to here
     uint64_t bits_;  // left-aligned
     Vek32s count_;
     Vek32s marker_;

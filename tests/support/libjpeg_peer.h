@@ -8,7 +8,7 @@
 
 #include <jpeglib.h>
 
-#include "support/jpeg_file.h"
+#include "jpeg_file.h"
 
 namespace uvek::test {
 
