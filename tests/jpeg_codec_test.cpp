@@ -67,8 +67,9 @@ void ExpectReadsLikePeer(const Bytes& file)
     const codec::Decoded ours = codec::DecodeJpeg(file, options);
     EXPECT_EQ("", ours.warning);
     ExpectSameCoefficients(peer.coefficients, ours.coefficients);
-    if (peer.image.channels != 4)  // the peer leaves the complement of the inks as it stands
+    if (peer.image.channels != 4) {  // the peer leaves the complement of the inks as it stands
         EXPECT_LE(LargestDifference(peer.image, ours.image), kDecoderTolerance);
+    }
     EXPECT_EQ(ours.image.samples, codec::DecodeJpeg(file).image.samples);
 }
 
@@ -174,13 +175,11 @@ TEST_P(CodecTest, StepsOverADamagedInterval)
     options.restart = 10;  // a row of MCUs
     Bytes file = codec::EncodeJpeg(image, options);
     const Image whole = codec::DecodeJpeg(file).image;
-    // An end marker's code in the second interval stops its decoding there.
+    // The second interval loses most of its data.
     size_t at = 0;
     while (file[at] != 0xff || file[at + 1] != 0xd0)
         ++at;
-    for (size_t i = at + 20; i < at + 60; ++i)
-        file[i] = 0xff;
-    file[at + 60] = 0;
+    file.erase(file.begin() + (long)at + 20, file.begin() + (long)at + 620);
     const codec::Decoded decoded = codec::DecodeJpeg(file);
     EXPECT_NE("", decoded.warning);
     EXPECT_TRUE(std::equal(whole.row(0), whole.row(14), decoded.image.row(0)));

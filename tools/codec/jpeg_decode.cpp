@@ -322,6 +322,8 @@ void Decoder::StartInterval(const Scan& scan)
 // finds, or -1 where the data ends. Markers count modulo 8, so a few lost intervals are stepped over.
 int Decoder::Resynchronise(int interval)
 {
+    if (marker_ == 0 && position_ < size() && Byte(position_) != 0xff)
+        Warn("data is left over in scan " + std::to_string(scans_));
     const int found = NextMarker();
     if (found < kRst0 || found > kRst7) {
         marker_ = found;

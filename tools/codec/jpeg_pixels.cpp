@@ -29,8 +29,10 @@ public:
         if (halvedWide_ && plane_.layout.v == frame_.mostV) {
             Check(vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(SourceRow(sourceY), plane_.layout.width, buffer_.data()), "upsampling");
         } else if (halvedWide_ && halvedHigh_) {
-            const int other = std::clamp(y % 2 ? sourceY + 1 : sourceY - 1, 0, plane_.layout.height - 1);
-            Check(vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(SourceRow(sourceY), SourceRow(other), plane_.layout.width, buffer_.data()), "upsampling");
+            const uint8_t* other = SourceRow(OtherRow(y, sourceY));
+            Check(vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(SourceRow(sourceY), other, plane_.layout.width, buffer_.data()), "upsampling");
+        } else if (halvedHigh_ && plane_.layout.h == frame_.mostH) {
+            TriangleBetweenRows(y, sourceY);
         } else {
             const uint8_t* source = SourceRow(sourceY);
             for (int x = 0; x < frame_.width; ++x)
@@ -40,6 +42,17 @@ public:
     }
 
 private:
+    int OtherRow(int y, int sourceY) const { return std::clamp(y % 2 ? sourceY + 1 : sourceY - 1, 0, plane_.layout.height - 1); }
+
+    void TriangleBetweenRows(int y, int sourceY)
+    {
+        const uint8_t* near = SourceRow(sourceY);
+        const uint8_t* far = SourceRow(OtherRow(y, sourceY));
+        const int round = y % 2 ? 2 : 1;
+        for (int x = 0; x < frame_.width; ++x)
+            buffer_[(size_t)x] = (uint8_t)((3 * near[x] + far[x] + round) >> 2);
+    }
+
     const uint8_t* SourceRow(int y) const { return plane_.samples + (size_t)y * (size_t)plane_.layout.step(); }
 
     const FrameSize& frame_;
