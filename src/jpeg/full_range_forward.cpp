@@ -130,12 +130,31 @@ inline V Black(const Vek8u* p)
     return Pack16sTo8u(low, high);
 }
 
-// `count` of the 16 bytes of v, from byte `first`.
-inline void StorePart(Vek8u* p, V v, int first, int count)
+// Loops of their own, so that a row and its remainder share one inlined body.
+template <Layout layout>
+void LumaBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
-    alignas(16) Vek8u bytes[16];
-    StoreA(bytes, v);
-    memcpy(p, bytes + first, (size_t)count);
+    for (; blocks > 0; --blocks, src += 48, dst += 16)
+        StoreU(dst, Luma<kSet15>(Load16<layout>(src)));
+}
+
+template <Layout layout, const WeightSet& set>
+void PlanarBlocks(const Vek8u* src, Vek8u* y, Vek8u* cb, Vek8u* cr, Vek8u* k, Vek32s blocks)
+{
+    for (; blocks > 0; --blocks) {
+        const Pairs pairs = Load16<layout>(src);
+        StoreU(y, Luma<set>(pairs));
+        StoreU(cb, Chroma<set>(pairs, set.cb));
+        StoreU(cr, Chroma<set>(pairs, set.cr));
+        if constexpr (layout == Layout::CMYK) {
+            StoreU(k, Black(src));
+            k += 16;
+        }
+        src += 16 * kChannels<layout>;
+        y += 16;
+        cb += 16;
+        cr += 16;
+    }
 }
 
 // ---- Rows ----
@@ -143,68 +162,61 @@ inline void StorePart(Vek8u* p, V v, int first, int count)
 template <Layout layout>
 void LumaRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
-    Vek32s x = 0;
     if constexpr (kBlocks) {
-        for (; width - x >= 16; x += 16)
-            StoreU(pDst + x, Luma<kSet15>(Load16<layout>(Offset(pSrc, (int64_t)x * 3))));
+        LumaBlocks<layout>(pSrc, pDst, width / 16);
+        const Vek32s x = width & ~15;
         if (const int rest = width - x) {
-            Vek8u pixels[48] = {};
+            Vek8u pixels[48] = {}, out[16];
             memcpy(pixels, Offset(pSrc, (int64_t)x * 3), (size_t)rest * 3);
-            StorePart(pDst + x, Luma<kSet15>(Load16<layout>(pixels)), 0, rest);
+            LumaBlocks<layout>(pixels, out, 1);
+            memcpy(pDst + x, out, (size_t)rest);
         }
-        return;
+    } else {
+        for (Vek32s x = 0; x < width; ++x)
+            pDst[x] = Luma16(Pixel<layout>(Offset(pSrc, (int64_t)x * 3)));
     }
-    for (; x < width; ++x)
-        pDst[x] = Luma16(Pixel<layout>(Offset(pSrc, (int64_t)x * 3)));
 }
 
 struct Planes {
     Vek8u* at[4];
 };
 
-// Columns first to first + count of the 16 pixels, by one set of weights.
+// Columns first to last - 1 of 16 pixels, to columns x + first and on.
 template <Layout layout, const WeightSet& set>
-void ConvertPart(const Vek8u* pixels, const Planes& dst, Vek32s x, int first, int count)
+void PlanarPart(const Vek8u* pixels, const Planes& dst, Vek32s x, int first, int last)
 {
-    const Pairs pairs = Load16<layout>(pixels);
-    StorePart(dst.at[0] + x, Luma<set>(pairs), first, count);
-    StorePart(dst.at[1] + x, Chroma<set>(pairs, set.cb), first, count);
-    StorePart(dst.at[2] + x, Chroma<set>(pairs, set.cr), first, count);
+    Vek8u out[4][16];
+    PlanarBlocks<layout, set>(pixels, out[0], out[1], out[2], out[3], 1);
+    for (int i = 0; i < kChannels<layout>; ++i)
+        memcpy(dst.at[i] + x + first, out[i] + first, (size_t)(last - first));
 }
 
 template <Layout layout>
 void PlanarRow(const Vek8u* pSrc, const Planes& dst, Vek32s width)
 {
     constexpr int channels = kChannels<layout>;
-    constexpr const WeightSet& set = layout == Layout::CMYK ? kSet14 : kSet15;
-    Vek32s x = 0;
     if constexpr (kBlocks) {
-        for (; width - x >= 16; x += 16) {
-            const Vek8u* const pixels = Offset(pSrc, (int64_t)x * channels);
-            const Pairs pairs = Load16<layout>(pixels);
-            StoreU(dst.at[0] + x, Luma<set>(pairs));
-            StoreU(dst.at[1] + x, Chroma<set>(pairs, set.cb));
-            StoreU(dst.at[2] + x, Chroma<set>(pairs, set.cr));
-            if constexpr (layout == Layout::CMYK)
-                StoreU(dst.at[3] + x, Black(pixels));
-        }
+        constexpr const WeightSet& set = layout == Layout::CMYK ? kSet14 : kSet15;
+        PlanarBlocks<layout, set>(pSrc, dst.at[0], dst.at[1], dst.at[2], dst.at[3], width / 16);
+        const Vek32s x = width & ~15;
         if (const int rest = width - x) {
             Vek8u pixels[16 * channels] = {};
             memcpy(pixels, Offset(pSrc, (int64_t)x * channels), (size_t)(rest * channels));
             const int whole = rest & 8;
-            ConvertPart<layout, set>(pixels, dst, x, 0, whole);
-            ConvertPart<layout, kSet14>(pixels, dst, x + whole, whole, rest - whole);
-            if constexpr (layout == Layout::CMYK)
-                StorePart(dst.at[3] + x, Black(pixels), 0, rest);
+            if (whole)
+                PlanarPart<layout, set>(pixels, dst, x, 0, whole);
+            if (rest != whole)
+                PlanarPart<layout, kSet14>(pixels, dst, x, whole, rest);
         }
     } else {
-        for (; x < width; ++x) {
-            const Rgb pixel = Pixel<layout>(Offset(pSrc, (int64_t)x * channels));
+        for (Vek32s x = 0; x < width; ++x) {
+            const Vek8u* const p = Offset(pSrc, (int64_t)x * channels);
+            const Rgb pixel = Pixel<layout>(p);
             dst.at[0][x] = Luma16(pixel);
             dst.at[1][x] = Cb16(pixel);
             dst.at[2][x] = Cr16(pixel);
             if constexpr (layout == Layout::CMYK)
-                dst.at[3][x] = Offset(pSrc, (int64_t)x * channels)[3];
+                dst.at[3][x] = p[3];
         }
     }
 }

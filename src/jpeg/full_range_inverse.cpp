@@ -32,77 +32,115 @@ inline void ConvertPixel(const SourcePlanes& src, Vek32s x, Vek8u* p)
         p[3] = src.at[3][x];
 }
 
-// ---- Tiers 1 to 3: chroma is centred and doubled, which halves the weights and loses nothing ----
+// ---- Tiers 1 to 3: chroma is centred, and stands in words of two bytes, Cb below Cr ----
 
-constexpr int kRedOfCr = 22970, kGreenOfCb = 5638, kGreenOfCr = 11700, kBlueOfCb = 29032;
+inline V SplatBytes(int low, int high) { return Splat16(high << 8 | low); }
 
-inline V SplatPair(int a, int b) { return Lanes16(a, b, a, b, a, b, a, b); }
-
-// (a wa + b wb + offset) >> 14 of doubled samples.
-template <int wa, int wb, int offset>
-inline V TwoTerms(V a, V b)
+// (offset + wb Cb + wr Cr) >> 14, or with both products subtracted. Byte products want weights of a byte: with
+// w = 128 high + low the shift is one of 7 after another, floor((128 h + l) / 128^2) = floor((h + floor(l / 128)) / 128).
+template <int wb, int wr, int offset, bool subtract = false>
+inline V Scaled(V chroma)
 {
-    static_assert(wa % 2 == 0 && wb % 2 == 0);
-    const V weights = SplatPair(wa / 2, wb / 2), round = Splat32(offset);
-    return Pack32sTo16s(ShiftRight32s<14>(Add32(MulAdd16(UnpackLow16(a, b), weights), round)),
-                        ShiftRight32s<14>(Add32(MulAdd16(UnpackHigh16(a, b), weights), round)));
+    const V high = MulAdd8us(SplatBytes(wb >> 7, wr >> 7), chroma), low = MulAdd8us(SplatBytes(wb & 127, wr & 127), chroma);
+    const V round = Splat16(offset);
+    const V rest = ShiftRight16s<7>(subtract ? Sub16(round, low) : Add16(round, low));
+    return ShiftRight16s<7>(subtract ? Sub16(rest, high) : Add16(rest, high));
 }
 
-// (a w + offset) >> 14 of doubled samples; the offset, not being the half, rounds one sample down that
-// the rounding product rounds up. `exception` is that sample: no other of the 256 differs.
-template <int w, int offset, int exception>
-inline V OneTerm(V a)
+// (offset + w x) >> 14 of doubled samples, where the offset, not being the half, rounds one of the 256 samples
+// down that the rounding product rounds up: `exception`.
+template <int w, int exception>
+inline V Rounded(V doubled)
 {
-    if constexpr (kHasByteShuffle && exception != 0)
-        return Add16(MulRound16s(a, Splat16(w)), Equal16(a, Splat16(2 * exception)));
-    const V weights = SplatPair(w / 2, offset), one = Splat16(1);
-    return Pack32sTo16s(ShiftRight32s<14>(MulAdd16(UnpackLow16(a, one), weights)),
-                        ShiftRight32s<14>(MulAdd16(UnpackHigh16(a, one), weights)));
+    return Add16(MulRound16s(doubled, Splat16(w)), Equal16(doubled, Splat16(2 * exception)));
 }
 
 struct Terms {
     V red, green, blue;  // to be added to luma
 };
 
+constexpr int kRedOfCr = 22970, kGreenOfCb = 5638, kGreenOfCr = 11700, kBlueOfCb = 29032;
+
 template <Layout layout>
-inline Terms ChromaTerms(V cb, V cr)
+inline Terms ChromaTerms(V chroma)
 {
+    const V red = Rounded<kRedOfCr, 51>(MulAdd8us(SplatBytes(0, 2), chroma));  // offset 8145
     if constexpr (layout == Layout::CMYK) {
         // Inks have other offsets, and green is subtracted after its shift.
-        const V green = TwoTerms<kGreenOfCb, kGreenOfCr, 8082>(cb, cr);
-        return {OneTerm<kRedOfCr, 8145, 51>(cr), Sub16(Zero(), green), OneTerm<kBlueOfCb, 7535, 0>(cb)};
+        return {red, Sub16(Zero(), Scaled<kGreenOfCb, kGreenOfCr, 8082>(chroma)), Scaled<kBlueOfCb, 0, 7535>(chroma)};
     } else {
-        return {OneTerm<kRedOfCr, 8145, 51>(cr), TwoTerms<-kGreenOfCb, -kGreenOfCr, 8302>(cb, cr), OneTerm<kBlueOfCb, 8135, -125>(cb)};
+        const V blue = Rounded<kBlueOfCb, -125>(MulAdd8us(SplatBytes(2, 0), chroma));  // offset 8135
+        return {red, Scaled<kGreenOfCb, kGreenOfCr, 8302, true>(chroma), blue};
     }
 }
 
-// 16 pixels.
-template <Layout layout>
-inline void ConvertBlock(const Vek8u* const* src, Vek8u* dst)
+// Where byte `byte` of 16 packed pixels comes from: part 0 holds the first and second samples of pixels 0 to 7,
+// part 1 those of pixels 8 to 15, part 2 all third samples.
+constexpr int PackedIndex(int byte, int part)
 {
-    const V luma = LoadU(src[0]), centre = Splat8(128);
-    const V cb = Xor(LoadU(src[1]), centre), cr = Xor(LoadU(src[2]), centre);
-    // A byte in the upper half of a word, shifted down by 7, is doubled.
-    const Terms low = ChromaTerms<layout>(ShiftRight16s<7>(UnpackLow8(Zero(), cb)), ShiftRight16s<7>(UnpackLow8(Zero(), cr)));
-    const Terms high = ChromaTerms<layout>(ShiftRight16s<7>(UnpackHigh8(Zero(), cb)), ShiftRight16s<7>(UnpackHigh8(Zero(), cr)));
-    const V lumaLow = WidenLow8u(luma), lumaHigh = WidenHigh8u(luma);
-    V r = Pack16sTo8u(Add16(lumaLow, low.red), Add16(lumaHigh, high.red));
-    V g = Pack16sTo8u(Add16(lumaLow, low.green), Add16(lumaHigh, high.green));
-    V b = Pack16sTo8u(Add16(lumaLow, low.blue), Add16(lumaHigh, high.blue));
-    if constexpr (layout == Layout::CMYK) {
-        const V flip = Splat8(255);
-        V c = Xor(r, flip), m = Xor(g, flip), y = Xor(b, flip), k = LoadU(src[3]);
-        Interleave4x8(c, m, y, k);
-        StoreU(dst, c);
-        StoreU(dst + 16, m);
-        StoreU(dst + 32, y);
-        StoreU(dst + 48, k);
+    const int pixel = byte / 3, sample = byte % 3;
+    const int from = sample == 2 ? 2 : pixel / 8;
+    return from != part ? 0x80 : sample == 2 ? pixel : 8 * sample + pixel % 8;
+}
+
+template <int out, int part>
+inline V Place(V v)
+{
+    constexpr int k = 16 * out;
+    return Shuffle8(v, Lanes8(PackedIndex(k, part), PackedIndex(k + 1, part), PackedIndex(k + 2, part), PackedIndex(k + 3, part),
+                              PackedIndex(k + 4, part), PackedIndex(k + 5, part), PackedIndex(k + 6, part), PackedIndex(k + 7, part),
+                              PackedIndex(k + 8, part), PackedIndex(k + 9, part), PackedIndex(k + 10, part), PackedIndex(k + 11, part),
+                              PackedIndex(k + 12, part), PackedIndex(k + 13, part), PackedIndex(k + 14, part), PackedIndex(k + 15, part)));
+}
+
+// Clamps and interleaves three planes of 16 words.
+inline void StorePixels(Vek8u* dst, V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh)
+{
+    if constexpr (kHasByteShuffle) {
+        const V low = Pack16sTo8u(aLow, bLow), high = Pack16sTo8u(aHigh, bHigh), third = Pack16sTo8u(cLow, cHigh);
+        StoreU(dst, Or(Place<0, 0>(low), Place<0, 2>(third)));
+        StoreU(dst + 16, Or(Or(Place<1, 0>(low), Place<1, 1>(high)), Place<1, 2>(third)));
+        StoreU(dst + 32, Or(Place<2, 1>(high), Place<2, 2>(third)));
     } else {
-        V first = layout == Layout::RGB ? r : b, last = layout == Layout::RGB ? b : r;
-        Interleave3x8(first, g, last);
-        StoreU(dst, first);
-        StoreU(dst + 16, g);
-        StoreU(dst + 32, last);
+        V a = Pack16sTo8u(aLow, aHigh), b = Pack16sTo8u(bLow, bHigh), c = Pack16sTo8u(cLow, cHigh);
+        Interleave3x8(a, b, c);
+        StoreU(dst, a);
+        StoreU(dst + 16, b);
+        StoreU(dst + 32, c);
+    }
+}
+
+// A loop of its own, so that a row and its remainder share one inlined body. k is null but for inks.
+template <Layout layout>
+void ConvertBlocks(const Vek8u* y, const Vek8u* cb, const Vek8u* cr, const Vek8u* k, Vek8u* dst, Vek32s blocks)
+{
+    for (; blocks > 0; --blocks) {
+        const V luma = LoadU(y), centre = Splat8(128);
+        const V blue = Xor(LoadU(cb), centre), red = Xor(LoadU(cr), centre);
+        const Terms low = ChromaTerms<layout>(UnpackLow8(blue, red)), high = ChromaTerms<layout>(UnpackHigh8(blue, red));
+        const V lumaLow = WidenLow8u(luma), lumaHigh = WidenHigh8u(luma);
+        const V rLow = Add16(lumaLow, low.red), rHigh = Add16(lumaHigh, high.red);
+        const V gLow = Add16(lumaLow, low.green), gHigh = Add16(lumaHigh, high.green);
+        const V bLow = Add16(lumaLow, low.blue), bHigh = Add16(lumaHigh, high.blue);
+        if constexpr (layout == Layout::CMYK) {
+            const V flip = Splat8(255);
+            V cyan = Xor(Pack16sTo8u(rLow, rHigh), flip), magenta = Xor(Pack16sTo8u(gLow, gHigh), flip);
+            V yellow = Xor(Pack16sTo8u(bLow, bHigh), flip), black = LoadU(k);
+            Interleave4x8(cyan, magenta, yellow, black);
+            StoreU(dst, cyan);
+            StoreU(dst + 16, magenta);
+            StoreU(dst + 32, yellow);
+            StoreU(dst + 48, black);
+            k += 16;
+        } else if constexpr (layout == Layout::RGB) {
+            StorePixels(dst, rLow, rHigh, gLow, gHigh, bLow, bHigh);
+        } else {
+            StorePixels(dst, bLow, bHigh, gLow, gHigh, rLow, rHigh);
+        }
+        y += 16;
+        cb += 16;
+        cr += 16;
+        dst += 16 * kChannels<layout>;
     }
 }
 
@@ -112,16 +150,13 @@ void ConvertRow(const SourcePlanes& src, Vek8u* pDst, Vek32s width)
     constexpr int channels = kChannels<layout>;
     Vek32s x = 0;
     if constexpr (kBlocks) {
-        for (; width - x >= 16; x += 16) {
-            const Vek8u* const at[4] = {src.at[0] + x, src.at[1] + x, src.at[2] + x, layout == Layout::CMYK ? src.at[3] + x : nullptr};
-            ConvertBlock<layout>(at, Offset(pDst, (int64_t)x * channels));
-        }
+        ConvertBlocks<layout>(src.at[0], src.at[1], src.at[2], src.at[3], pDst, width / 16);
+        x = width & ~15;
         if (const int groups = (width - x) & ~3) {
             Vek8u in[4][16] = {}, out[16 * channels];
             for (int i = 0; i < channels; ++i)
                 memcpy(in[i], src.at[i] + x, (size_t)groups);
-            const Vek8u* const at[4] = {in[0], in[1], in[2], in[3]};
-            ConvertBlock<layout>(at, out);
+            ConvertBlocks<layout>(in[0], in[1], in[2], in[3], out, 1);
             memcpy(Offset(pDst, (int64_t)x * channels), out, (size_t)(groups * channels));
             x += groups;
         }
