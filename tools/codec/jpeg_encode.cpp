@@ -43,8 +43,9 @@ private:
     void CountSymbols();
     void WriteHeader();
     void WriteScan(const std::vector<Component*>& components);
-    template <typename BlockOf>
-    void WriteMcu(const std::vector<Component*>& components, int mcu, BlockOf blockOf);
+    void WriteByStrips(const std::vector<Component*>& components);
+    void BeginMcu(const std::vector<Component*>& components, int mcu);
+    void WriteBlock(Component& component, const Vek16s* block);
     void Flush();
     void Report(double done) const
     {
@@ -272,8 +273,8 @@ void Encoder::WriteHeader()
         out_.RestartInterval(options_.restart);
 }
 
-template <typename BlockOf>
-void Encoder::WriteMcu(const std::vector<Component*>& components, int mcu, BlockOf blockOf)
+// Ends a restart interval where one ends, and makes room for the MCU.
+void Encoder::BeginMcu(const std::vector<Component*>& components, int mcu)
 {
     if (options_.restart && mcu > 0 && mcu % options_.restart == 0) {
         Flush();
@@ -282,17 +283,39 @@ void Encoder::WriteMcu(const std::vector<Component*>& components, int mcu, Block
             component->lastDc = 0;
     }
     out_.MakeRoom(kMostBlocksPerMcu * kMostBytesPerBlock);
-    ForEachBlock(components, mcu, [&](Component& component, int x, int y) {
-        Check(vekiEncodeHuffman8x8_JPEG_16s1u_C1(blockOf(component, x, y), out_.data(), out_.size(), out_.position(), &component.lastDc,
-                                                 dc_[component.chroma].get(), ac_[component.chroma].get(), out_.state(), 0),
-              "Huffman coding");
-    });
+}
+
+void Encoder::WriteBlock(Component& component, const Vek16s* block)
+{
+    Check(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, out_.data(), out_.size(), out_.position(), &component.lastDc,
+                                             dc_[component.chroma].get(), ac_[component.chroma].get(), out_.state(), 0),
+          "Huffman coding");
 }
 
 void Encoder::Flush()
 {
     out_.MakeRoom(kMostBytesPerBlock);
     Check(vekiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, out_.data(), out_.size(), out_.position(), nullptr, nullptr, nullptr, out_.state(), 1), "flush");
+}
+
+// Blocks are coded as soon as they are transformed: the strip is in cache then.
+void Encoder::WriteByStrips(const std::vector<Component*>& components)
+{
+    alignas(16) Vek16s block[kBlockSize];
+    int mcu = 0;
+    for (int line = 0; line < frame_.mcusHigh(); ++line) {
+        LoadStrip(line);
+        for (int column = 0; column < frame_.mcusWide(); ++column) {
+            BeginMcu(components, mcu++);
+            for (Component* component : components)
+                for (int y = 0; y < component->layout.v; ++y)
+                    for (int x = 0; x < component->layout.h; ++x) {
+                        Transform(*component, column * component->layout.h + x, y, block);
+                        WriteBlock(*component, block);
+                    }
+        }
+        Report((double)line / frame_.mcusHigh());
+    }
 }
 
 void Encoder::WriteScan(const std::vector<Component*>& components)
@@ -306,27 +329,13 @@ void Encoder::WriteScan(const std::vector<Component*>& components)
     }
     out_.Put({0, 63, 0});
 
-    const bool stored = !components[0]->coefficients.empty();
-    const int count = McuCount(components);
-    if (stored) {
-        for (int mcu = 0; mcu < count; ++mcu)
-            WriteMcu(components, mcu, [](Component& component, int x, int y) -> const Vek16s* { return component.Block(x, y); });
-    } else {
-        // Blocks are transformed as they are coded: a strip of them is in cache then.
-        alignas(16) Vek16s block[kBlockSize];
-        int loaded = -1;
-        for (int mcu = 0; mcu < count; ++mcu)
-            WriteMcu(components, mcu, [&](Component& component, int x, int y) -> const Vek16s* {
-                const int line = y / component.layout.v;
-                if (line != loaded) {
-                    LoadStrip(line);
-                    loaded = line;
-                    Report((double)line / frame_.mcusHigh());
-                }
-                Transform(component, x, y % component.layout.v, block);
-                return block;
-            });
-    }
+    if (components[0]->coefficients.empty())
+        WriteByStrips(components);
+    else
+        for (int mcu = 0; mcu < McuCount(components); ++mcu) {
+            BeginMcu(components, mcu);
+            ForEachBlock(components, mcu, [this](Component& component, int x, int y) { WriteBlock(component, component.Block(x, y)); });
+        }
     Flush();
 }
 
