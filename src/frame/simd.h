@@ -76,6 +76,22 @@ inline V Select(V mask, V a, V b)
 #endif
 }
 
+// a, with the 16-bit lanes of mask fromB taken from b and those of fromC from c.
+template <int fromB, int fromC>
+inline V MergeWords(V a, V b, V c)
+{
+#if VEK_TIER >= 3
+    return _mm_blend_epi16(_mm_blend_epi16(a, b, fromB), c, fromC);
+#else
+    constexpr auto lane = [](int mask, int i) { return mask >> i & 1 ? -1 : 0; };
+    const V b1 = Lanes16(lane(fromB, 0), lane(fromB, 1), lane(fromB, 2), lane(fromB, 3),
+                         lane(fromB, 4), lane(fromB, 5), lane(fromB, 6), lane(fromB, 7));
+    const V c1 = Lanes16(lane(fromC, 0), lane(fromC, 1), lane(fromC, 2), lane(fromC, 3),
+                         lane(fromC, 4), lane(fromC, 5), lane(fromC, 6), lane(fromC, 7));
+    return Or(Or(AndNot(Or(b1, c1), a), And(b1, b)), And(c1, c));
+#endif
+}
+
 inline int MoveMask8(V v) { return _mm_movemask_epi8(v); }
 
 inline bool AllZero(V v)

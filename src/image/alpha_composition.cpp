@@ -42,10 +42,11 @@ inline Vek32u DivideBy255(Vek32u x)
     return (x + (x >> 8) + 1) >> 8;
 }
 
-// The largest product is 65025 and the largest sum 65280: 16 bits hold them.
+// (x + (x >> 8) + 1) >> 8 is (257 x + 256) >> 16, and 257 (x + 1) is one more, which reaches no other
+// multiple of 65536 below x = 65535; the largest product is 65025.
 inline V DivideBy255(V x)
 {
-    return ShiftRight16u<8>(Add16(Add16(x, ShiftRight16u<8>(x)), Splat16(1)));
+    return MulHigh16u(Add16(x, Splat16(1)), Splat16(257));
 }
 
 inline V Weigh(V samples, V inner, V outer)

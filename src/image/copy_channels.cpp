@@ -48,12 +48,13 @@ void InsertRow(const T* src, T* dst, int64_t width)
 {
     int64_t x = 0;
     if (kBlocks) {
-        constexpr int perWord = 8 / (int)sizeof(T);
-        for (; width - x >= perWord; x += perWord) {
-            uint64_t samples = Get((const uint64_t*)(src + x));
-            T* to = dst + x * channels;
-            for (int i = 0; i < perWord; ++i, samples >>= 8 * sizeof(T))
-                Put(to + i * channels, (T)samples);
+        for (; width - x >= 4; x += 4) {
+            T* const to = dst + x * channels;
+            const T a = Get(src + x), b = Get(src + x + 1), c = Get(src + x + 2), d = Get(src + x + 3);
+            Put(to, a);
+            Put(to + channels, b);
+            Put(to + 2 * channels, c);
+            Put(to + 3 * channels, d);
         }
     }
     for (; x < width; ++x)

@@ -9,24 +9,16 @@ template <typename T>
 constexpr int kSamples = 16 / (int)sizeof(T);  // in a register
 
 template <int channels, typename T>
-inline void Deinterleave(V (&v)[4])
+inline void Deinterleave(V& a, V& b, V& c, V& d)
 {
     if constexpr (channels == 3 && sizeof(T) == 1)
-        Deinterleave3x8(v[0], v[1], v[2]);
+        Deinterleave3x8(a, b, c);
     else if constexpr (channels == 3)
-        Deinterleave3x16(v[0], v[1], v[2]);
+        Deinterleave3x16(a, b, c);
     else if constexpr (sizeof(T) == 1)
-        Deinterleave4x8(v[0], v[1], v[2], v[3]);
+        Deinterleave4x8(a, b, c, d);
     else
-        Deinterleave4x16(v[0], v[1], v[2], v[3]);
-}
-
-inline void StoreOrStream(void* p, V v, bool stream)
-{
-    if (stream)
-        Stream(p, v);
-    else
-        StoreU(p, v);
+        Deinterleave4x16(a, b, c, d);
 }
 
 // Without block code here: the ends of rows, and tier 0, plane by plane.
@@ -38,27 +30,74 @@ void SplitSamples(const T* src, T* const* planes, int64_t from, int64_t to)
             Put(planes[c] + x, Get(src + x * channels + c));
 }
 
+// One register of each channel from the pixels at `from`.
+template <int channels, typename T>
+inline void LoadChannels(const T* from, V& a, V& b, V& c, V& d)
+{
+    constexpr int n = kSamples<T>;
+    a = LoadU(from);
+    b = LoadU(from + n);
+    c = LoadU(from + 2 * n);
+    d = channels == 4 ? LoadU(from + 3 * n) : c;
+    Deinterleave<channels, T>(a, b, c, d);
+}
+
+// From sample x on; the samples done.
+template <int channels, typename T>
+int64_t SplitBlocks(const T* src, T* const* planes, int64_t x, int64_t width)
+{
+    T *const p = planes[0], *const q = planes[1], *const r = planes[2], *const s = planes[channels - 1];
+    for (; width - x >= kSamples<T>; x += kSamples<T>) {
+        V a, b, c, d;
+        LoadChannels<channels>(src + x * channels, a, b, c, d);
+        StoreU(p + x, a);
+        StoreU(q + x, b);
+        StoreU(r + x, c);
+        if (channels == 4)
+            StoreU(s + x, d);
+    }
+    return x;
+}
+
+// The same past the cache, each plane by whole lines: lines of several planes half full at a time are
+// written to memory in pieces.
+template <int channels, typename T>
+int64_t StreamBlocks(const T* src, T* const* planes, int64_t x, int64_t width)
+{
+    constexpr int n = kSamples<T>, lines = 4;
+    alignas(16) T line[4][lines * n];
+    for (; width - x >= lines * n; x += lines * n) {
+        for (int i = 0; i < lines; ++i) {
+            V a, b, c, d;
+            LoadChannels<channels>(src + (x + i * n) * channels, a, b, c, d);
+            StoreA(line[0] + i * n, a);
+            StoreA(line[1] + i * n, b);
+            StoreA(line[2] + i * n, c);
+            if (channels == 4)
+                StoreA(line[3] + i * n, d);
+        }
+        for (int c = 0; c < channels; ++c)
+            for (int i = 0; i < lines; ++i)
+                Stream(planes[c] + x + i * n, LoadA(line[c] + i * n));
+    }
+    return x;
+}
+
 template <int channels, typename T>
 void SplitRow(const T* src, T* const* planes, int64_t width, bool streams)
 {
     int64_t x = 0;
     if (kBlocks) {
-        bool aligned[channels] = {};
         if (streams) {
-            // Up to the first plane's boundary; planes that stand otherwise take ordinary stores.
+            // Up to the first plane's boundary. Planes that do not reach theirs there are stored plainly.
             x = Min(width, (int64_t)(-(uintptr_t)planes[0] & 15) / (int64_t)sizeof(T));
             SplitSamples<channels>(src, planes, 0, x);
             for (int c = 0; c < channels; ++c)
-                aligned[c] = IsAligned(planes[c] + x, 16);
+                streams = streams && IsAligned(planes[c] + x, 16);
         }
-        for (; width - x >= kSamples<T>; x += kSamples<T>) {
-            V v[4];
-            for (int c = 0; c < channels; ++c)
-                v[c] = LoadU(src + x * channels + c * kSamples<T>);
-            Deinterleave<channels, T>(v);
-            for (int c = 0; c < channels; ++c)
-                StoreOrStream(planes[c] + x, v[c], aligned[c]);
-        }
+        if (streams)
+            x = StreamBlocks<channels>(src, planes, x, width);
+        x = SplitBlocks<channels>(src, planes, x, width);
     }
     SplitSamples<channels>(src, planes, x, width);
 }
@@ -69,6 +108,35 @@ void MergeSamples(const Vek8u* const* planes, Vek8u* dst, int64_t from, int64_t 
     for (int64_t x = from; x < to; ++x)
         for (int c = 0; c < channels; ++c)
             dst[x * channels + c] = planes[c][x];
+}
+
+template <bool stream>
+inline void Store(Vek8u* p, V v)
+{
+    if (stream)
+        Stream(p, v);
+    else
+        StoreU(p, v);
+}
+
+template <int channels, bool stream>
+int64_t MergeBlocks(const Vek8u* const* planes, Vek8u* dst, int64_t x, int64_t width)
+{
+    const Vek8u *const p = planes[0], *const q = planes[1], *const r = planes[2], *const s = planes[channels - 1];
+    for (; width - x >= 16; x += 16) {
+        V a = LoadU(p + x), b = LoadU(q + x), c = LoadU(r + x), d = channels == 4 ? LoadU(s + x) : c;
+        if constexpr (channels == 3)
+            Interleave3x8(a, b, c);
+        else
+            Interleave4x8(a, b, c, d);
+        Vek8u* const to = dst + x * channels;
+        Store<stream>(to, a);
+        Store<stream>(to + 16, b);
+        Store<stream>(to + 32, c);
+        if (channels == 4)
+            Store<stream>(to + 48, d);
+    }
+    return x;
 }
 
 template <int channels>
@@ -83,17 +151,7 @@ void MergeRow(const Vek8u* const* planes, Vek8u* dst, int64_t width, bool stream
             MergeSamples<channels>(planes, dst, 0, x);
             streams = IsAligned(dst + x * channels, 16);
         }
-        for (; width - x >= 16; x += 16) {
-            V v[4];
-            for (int c = 0; c < channels; ++c)
-                v[c] = LoadU(planes[c] + x);
-            if constexpr (channels == 3)
-                Interleave3x8(v[0], v[1], v[2]);
-            else
-                Interleave4x8(v[0], v[1], v[2], v[3]);
-            for (int c = 0; c < channels; ++c)
-                StoreOrStream(dst + x * channels + c * 16, v[c], streams);
-        }
+        x = streams ? MergeBlocks<channels, true>(planes, dst, x, width) : MergeBlocks<channels, false>(planes, dst, x, width);
     }
     MergeSamples<channels>(planes, dst, x, width);
 }
@@ -107,6 +165,16 @@ bool ArePlanesAligned(const T* interleaved, T* const* planes)
     return aligned;
 }
 
+// Words pass the cache by their byte count wrapped to 32 bits; bytes only where no cache could hold them.
+bool SplitStreams(VekImageSize size, Vek32s channels, size_t sampleBytes)
+{
+    if (kTier == 0)
+        return false;
+    if (sampleBytes == 1)
+        return (int64_t)size.width * size.height * channels >= 16777216;
+    return WrappedProduct(WrappedProduct(size.width, channels * 2), size.height) >= (kTier == 1 ? 1048577 : 2097153);
+}
+
 template <int channels, typename T>
 VekStatus Split(const T* pSrc, Vek32s srcStep, T* const* pDst, Vek32s dstStep, VekImageSize roiSize)
 {
@@ -115,19 +183,20 @@ VekStatus Split(const T* pSrc, Vek32s srcStep, T* const* pDst, Vek32s dstStep, V
         if (!pDst[c])                             return StatusNullPointer;
     if (roiSize.width < 1 || roiSize.height < 1)  return StatusBadSize;
 
+    const bool streams = SplitStreams(roiSize, channels, sizeof(T));
+    int64_t width = roiSize.width;
+    Vek32s height = roiSize.height;
     // Rows of bytes that are packed on all sides make one, while it is short or whole words can move.
-    if (sizeof(T) == 1 && srcStep == (int64_t)dstStep * channels && dstStep == roiSize.width
-        && (WrappedProduct(srcStep, roiSize.height) < 160000 || (kTier > 0 && ArePlanesAligned<channels>(pSrc, pDst)))) {
-        SplitRow<channels>(pSrc, pDst, (int64_t)roiSize.width * roiSize.height, false);
-        return StatusOk;
+    if (sizeof(T) == 1 && srcStep == (int64_t)dstStep * channels && dstStep == width
+        && (WrappedProduct(srcStep, height) < 160000 || (kTier > 0 && ArePlanesAligned<channels>(pSrc, pDst)))) {
+        width *= height;
+        height = 1;
     }
-    const Vek32s bytes = WrappedProduct(WrappedProduct(roiSize.width, channels * (Vek32s)sizeof(T)), roiSize.height);
-    const bool streams = sizeof(T) == 2 && kTier > 0 && bytes >= (kTier == 1 ? 1048577 : 2097153);
-    for (Vek32s y = 0; y < roiSize.height; ++y) {
+    for (Vek32s y = 0; y < height; ++y) {
         T* planes[channels];
         for (int c = 0; c < channels; ++c)
             planes[c] = Row(pDst[c], dstStep, y);
-        SplitRow<channels>(Row(pSrc, srcStep, y), planes, roiSize.width, streams);
+        SplitRow<channels>(Row(pSrc, srcStep, y), planes, width, streams);
     }
     if (streams)
         Fence();

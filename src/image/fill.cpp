@@ -56,7 +56,7 @@ VekStatus FillRegion(const Vek8u* pixel, int pixelBytes, Vek8u* pDst, Vek32s dst
     int64_t rowBytes = (int64_t)roiSize.width * pixelBytes;
     Vek32s height = roiSize.height;
     const bool streams = kTier > 0 && WrappedProduct((Vek32s)rowBytes, height) >= kStreamedFill;
-    if (pixelBytes == 1 && dstStep == rowBytes) {
+    if (dstStep == rowBytes) {
         rowBytes *= height;
         height = 1;
     }

@@ -68,17 +68,17 @@ struct Block {
             return {{Permute32<2, 3, 0, 1>(v[0])}};
         }
     }
-
-    // This block where it is to be stored, over `before`, whose alpha stays.
-    Block Over(const Block& before) const
-    {
-        if constexpr (channels == 4) {
-            const V alpha = sizeof(T) == 1 ? Splat32(-16777216) : Lanes32(0, -65536, 0, -65536);
-            return {{Or(And(before.v[0], alpha), AndNot(alpha, v[0]))}};
-        }
-        return *this;
-    }
 };
+
+// What a has in b's place and b in a's differs from what they have now by this; alpha by nothing.
+template <typename T, int channels>
+inline V Difference(V a, V b)
+{
+    const V difference = Xor(a, b);
+    if constexpr (channels == 4)
+        return And(difference, sizeof(T) == 1 ? Splat32(0xffffff) : Lanes32(-1, 0xffff, -1, 0xffff));
+    return difference;
+}
 
 template <typename T, int channels>
 inline void ExchangePixels(T* a, T* b)
@@ -94,23 +94,39 @@ inline void ExchangePixels(T* a, T* b)
 template <int channels>
 constexpr bool kReversesBlocks = kBlocks && (channels != 3 || kHasByteShuffle);
 
-// `count` pixels from `front` on against those from `back` down; the two runs are apart.
+// The block at `front` against the one that ends before `back`.
 template <typename T, int channels>
-void ExchangeReversed(T* front, T* back, int64_t count)
+inline void ExchangeBlocksReversed(T* front, T* back)
 {
     using B = Block<T, channels>;
-    int64_t x = 0;
-    if (kReversesBlocks<channels>) {
-        for (; count - x >= B::kPixels; x += B::kPixels) {
-            T* const to = front + x * channels;
-            T* const from = back - (x + B::kPixels - 1) * channels;
-            const B a = B::Load(to), b = B::Load(from);
-            b.Reversed().Over(a).Store(to);
-            a.Reversed().Over(b).Store(from);
-        }
+    T* const low = back - B::kPixels * channels;
+    const B a = B::Load(front), b = B::Load(low);
+    if constexpr (channels == 4) {
+        const B change = {{Difference<T, channels>(a.v[0], b.Reversed().v[0])}};
+        StoreU(front, Xor(a.v[0], change.v[0]));
+        StoreU(low, Xor(b.v[0], change.Reversed().v[0]));
+    } else {
+        b.Reversed().Store(front);
+        a.Reversed().Store(low);
     }
-    for (; x < count; ++x)
-        ExchangePixels<T, channels>(front + x * channels, back - x * channels);
+}
+
+// `count` pixels from `front` on against those from before `end` down; the two runs are apart.
+template <typename T, int channels>
+void ExchangeReversed(T* front, T* end, int64_t count)
+{
+    constexpr int step = Block<T, channels>::kPixels * channels;
+    int64_t left = count;
+    if (kReversesBlocks<channels>) {
+        for (; left * channels >= 2 * step; left -= 2 * step / channels, front += 2 * step, end -= 2 * step) {
+            ExchangeBlocksReversed<T, channels>(front, end);
+            ExchangeBlocksReversed<T, channels>(front + step, end - step);
+        }
+        for (; left * channels >= step; left -= step / channels, front += step, end -= step)
+            ExchangeBlocksReversed<T, channels>(front, end);
+    }
+    for (; left > 0; --left, front += channels, end -= channels)
+        ExchangePixels<T, channels>(front, end - channels);
 }
 
 template <typename T, int channels>
@@ -121,8 +137,14 @@ void ExchangeRows(T* a, T* b, int64_t width)
     if (kBlocks) {
         for (; width - x >= B::kPixels; x += B::kPixels) {
             const B p = B::Load(a + x * channels), q = B::Load(b + x * channels);
-            q.Over(p).Store(a + x * channels);
-            p.Over(q).Store(b + x * channels);
+            if constexpr (channels == 4) {
+                const V change = Difference<T, channels>(p.v[0], q.v[0]);
+                StoreU(a + x * channels, Xor(p.v[0], change));
+                StoreU(b + x * channels, Xor(q.v[0], change));
+            } else {
+                q.Store(a + x * channels);
+                p.Store(b + x * channels);
+            }
         }
     }
     for (; x < width; ++x)
@@ -144,12 +166,12 @@ VekStatus MirrorInPlace(T* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek
     if (!pSrcDst)                                       return StatusNullPointer;
     if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
 
-    const int64_t width = roiSize.width, last = (width - 1) * channels;
+    const int64_t width = roiSize.width, samples = width * channels;
     const Vek32s height = roiSize.height;
     if (axis == AxisVertical) {
         for (Vek32s y = 0; y < height; ++y) {
             T* const row = Row(pSrcDst, srcDstStep, y);
-            ExchangeReversed<T, channels>(row, row + last, width / 2);
+            ExchangeReversed<T, channels>(row, row + samples, width / 2);
         }
         return StatusOk;
     }
@@ -157,13 +179,13 @@ VekStatus MirrorInPlace(T* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek
         T* const upper = Row(pSrcDst, srcDstStep, y);
         T* const lower = Row(pSrcDst, srcDstStep, height - 1 - y);
         if (axis == AxisBoth)
-            ExchangeReversed<T, channels>(upper, lower + last, width);
+            ExchangeReversed<T, channels>(upper, lower + samples, width);
         else
             ExchangeRows<T, channels>(upper, lower, width);
     }
     if (axis == AxisBoth && height % 2 != 0) {
         T* const middle = Row(pSrcDst, srcDstStep, height / 2);
-        ExchangeReversed<T, channels>(middle, middle + last, width / 2);
+        ExchangeReversed<T, channels>(middle, middle + samples, width / 2);
     }
     return StatusOk;
 }

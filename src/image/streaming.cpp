@@ -19,14 +19,17 @@ constexpr CacheDescriptor kCaches[] = {
     {123, 524288},  {128, 524288},  {134, 524288}, {62, 524288},  {127, 524288},  {131, 524288},  {67, 524288},
 };
 
+bool DescribesCaches(const Vek32u leaf0[4])
+{
+    const Vek32u signature[3] = {leaf0[1], leaf0[3], leaf0[2]};
+    return leaf0[0] >= 2 && memcmp(signature, UVEK_REFERENCE_VENDOR, sizeof signature) == 0;
+}
+
 }  // namespace
 
 Vek32s LargestDescribedCache(const Vek32u leaf0[4], const Vek32u leaf2[4])
 {
-    const Vek32u signature[3] = {leaf0[1], leaf0[3], leaf0[2]};
-    if (leaf0[0] < 2 || memcmp(signature, UVEK_REFERENCE_VENDOR, sizeof signature) != 0)
-        return 0;
-    if ((leaf2[0] & 0xff) != 1)
+    if (!DescribesCaches(leaf0) || (leaf2[0] & 0xff) != 1)
         return 0;
 
     // A register with bit 31 set holds no descriptors. Position 0 is passed over: there stands the
@@ -51,7 +54,7 @@ Vek32s AskLargestCache()
 {
     Vek32u leaf0[4], leaf2[4] = {};
     __cpuid_count(0, 0, leaf0[0], leaf0[1], leaf0[2], leaf0[3]);
-    if (leaf0[0] >= 2)
+    if (DescribesCaches(leaf0))  // under a hypervisor every question takes microseconds
         __cpuid_count(2, 0, leaf2[0], leaf2[1], leaf2[2], leaf2[3]);
     return LargestDescribedCache(leaf0, leaf2);
 }
