@@ -52,6 +52,7 @@ inline V Lanes16(int a, int b, int c, int d, int e, int f, int g, int h)
 {
     return _mm_setr_epi16((short)a, (short)b, (short)c, (short)d, (short)e, (short)f, (short)g, (short)h);
 }
+inline V SplatPair16(int a, int b) { return Lanes16(a, b, a, b, a, b, a, b); }
 inline V Lanes8(int a, int b, int c, int d, int e, int f, int g, int h,
                 int i, int j, int k, int l, int m, int n, int o, int p)
 {
@@ -174,6 +175,16 @@ inline V MulAdd8us(V a, V b)
     const V even = MulLow16(And(a, Splat16(0xff)), _mm_srai_epi16(_mm_slli_epi16(b, 8), 8));
     const V odd = MulLow16(_mm_srli_epi16(a, 8), _mm_srai_epi16(b, 8));
     return AddSat16s(even, odd);
+#endif
+}
+
+// Sums of neighbouring bytes.
+inline V SumPairs8u(V v)
+{
+#if VEK_TIER >= 2
+    return _mm_maddubs_epi16(v, Splat8(1));
+#else
+    return Add16(And(v, Splat16(0xff)), _mm_srli_epi16(v, 8));
 #endif
 }
 

@@ -97,6 +97,43 @@ inline void Interleave3x8(V& a, V& b, V& c)
     }
 }
 
+// Where byte `byte` of 16 interleaved pixels comes from: part 0 holds the first and second samples of pixels 0 to
+// 7, part 1 those of pixels 8 to 15, part 2 all third samples.
+constexpr int ClampedIndex(int byte, int part)
+{
+    const int pixel = byte / 3, sample = byte % 3;
+    const int from = sample == 2 ? 2 : pixel / 8;
+    return from != part ? 0x80 : sample == 2 ? pixel : 8 * sample + pixel % 8;
+}
+
+template <int out, int part>
+inline V PlaceClamped(V v)
+{
+    constexpr int k = 16 * out;
+    return Shuffle8(v, Lanes8(ClampedIndex(k, part), ClampedIndex(k + 1, part), ClampedIndex(k + 2, part), ClampedIndex(k + 3, part),
+                              ClampedIndex(k + 4, part), ClampedIndex(k + 5, part), ClampedIndex(k + 6, part), ClampedIndex(k + 7, part),
+                              ClampedIndex(k + 8, part), ClampedIndex(k + 9, part), ClampedIndex(k + 10, part), ClampedIndex(k + 11, part),
+                              ClampedIndex(k + 12, part), ClampedIndex(k + 13, part), ClampedIndex(k + 14, part), ClampedIndex(k + 15, part)));
+}
+
+// Clamps three planes of 16 signed words to bytes and stores the 16 interleaved pixels: packing two planes into one
+// register saves shuffles against Interleave3x8.
+inline void StoreClamped3x8(Vek8u* dst, V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh)
+{
+    if constexpr (kHasByteShuffle) {
+        const V low = Pack16sTo8u(aLow, bLow), high = Pack16sTo8u(aHigh, bHigh), third = Pack16sTo8u(cLow, cHigh);
+        StoreU(dst, Or(PlaceClamped<0, 0>(low), PlaceClamped<0, 2>(third)));
+        StoreU(dst + 16, Or(Or(PlaceClamped<1, 0>(low), PlaceClamped<1, 1>(high)), PlaceClamped<1, 2>(third)));
+        StoreU(dst + 32, Or(PlaceClamped<2, 1>(high), PlaceClamped<2, 2>(third)));
+    } else {
+        V a = Pack16sTo8u(aLow, aHigh), b = Pack16sTo8u(bLow, bHigh), c = Pack16sTo8u(cLow, cHigh);
+        Interleave3x8(a, b, c);
+        StoreU(dst, a);
+        StoreU(dst + 16, b);
+        StoreU(dst + 32, c);
+    }
+}
+
 // One step of a perfect shuffle of 64 bytes: of its bytes, of its words.
 inline void PerfectShuffle64(V& a, V& b, V& c, V& d)
 {

@@ -96,12 +96,10 @@ inline Pairs Load16(const Vek8u* p)
     return pairs;
 }
 
-inline V SplatPair(int a, int b) { return Lanes16(a, b, a, b, a, b, a, b); }
-
 template <int bits>
 inline V Sum4(V redGreen, V blueOne, const Weights& w)
 {
-    return ShiftRight32s<bits>(Add32(MulAdd16(redGreen, SplatPair(w.r, w.g)), MulAdd16(blueOne, SplatPair(w.b, w.offset))));
+    return ShiftRight32s<bits>(Add32(MulAdd16(redGreen, SplatPair16(w.r, w.g)), MulAdd16(blueOne, SplatPair16(w.b, w.offset))));
 }
 
 template <int bits>

@@ -74,42 +74,6 @@ inline Terms ChromaTerms(V chroma)
     }
 }
 
-// Where byte `byte` of 16 packed pixels comes from: part 0 holds the first and second samples of pixels 0 to 7,
-// part 1 those of pixels 8 to 15, part 2 all third samples.
-constexpr int PackedIndex(int byte, int part)
-{
-    const int pixel = byte / 3, sample = byte % 3;
-    const int from = sample == 2 ? 2 : pixel / 8;
-    return from != part ? 0x80 : sample == 2 ? pixel : 8 * sample + pixel % 8;
-}
-
-template <int out, int part>
-inline V Place(V v)
-{
-    constexpr int k = 16 * out;
-    return Shuffle8(v, Lanes8(PackedIndex(k, part), PackedIndex(k + 1, part), PackedIndex(k + 2, part), PackedIndex(k + 3, part),
-                              PackedIndex(k + 4, part), PackedIndex(k + 5, part), PackedIndex(k + 6, part), PackedIndex(k + 7, part),
-                              PackedIndex(k + 8, part), PackedIndex(k + 9, part), PackedIndex(k + 10, part), PackedIndex(k + 11, part),
-                              PackedIndex(k + 12, part), PackedIndex(k + 13, part), PackedIndex(k + 14, part), PackedIndex(k + 15, part)));
-}
-
-// Clamps and interleaves three planes of 16 words.
-inline void StorePixels(Vek8u* dst, V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh)
-{
-    if constexpr (kHasByteShuffle) {
-        const V low = Pack16sTo8u(aLow, bLow), high = Pack16sTo8u(aHigh, bHigh), third = Pack16sTo8u(cLow, cHigh);
-        StoreU(dst, Or(Place<0, 0>(low), Place<0, 2>(third)));
-        StoreU(dst + 16, Or(Or(Place<1, 0>(low), Place<1, 1>(high)), Place<1, 2>(third)));
-        StoreU(dst + 32, Or(Place<2, 1>(high), Place<2, 2>(third)));
-    } else {
-        V a = Pack16sTo8u(aLow, aHigh), b = Pack16sTo8u(bLow, bHigh), c = Pack16sTo8u(cLow, cHigh);
-        Interleave3x8(a, b, c);
-        StoreU(dst, a);
-        StoreU(dst + 16, b);
-        StoreU(dst + 32, c);
-    }
-}
-
 // A loop of its own, so that a row and its remainder share one inlined body. k is null but for inks.
 template <Layout layout>
 void ConvertBlocks(const Vek8u* y, const Vek8u* cb, const Vek8u* cr, const Vek8u* k, Vek8u* dst, Vek32s blocks)
@@ -133,9 +97,9 @@ void ConvertBlocks(const Vek8u* y, const Vek8u* cb, const Vek8u* cr, const Vek8u
             StoreU(dst + 48, black);
             k += 16;
         } else if constexpr (layout == Layout::RGB) {
-            StorePixels(dst, rLow, rHigh, gLow, gHigh, bLow, bHigh);
+            StoreClamped3x8(dst, rLow, rHigh, gLow, gHigh, bLow, bHigh);
         } else {
-            StorePixels(dst, bLow, bHigh, gLow, gHigh, rLow, rHigh);
+            StoreClamped3x8(dst, bLow, bHigh, gLow, gHigh, rLow, rHigh);
         }
         y += 16;
         cb += 16;

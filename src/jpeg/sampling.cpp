@@ -8,16 +8,6 @@ namespace {
 
 // ---- Halving ----
 
-// Sums of neighbouring bytes, in words.
-inline V PairSums(const Vek8u* p)
-{
-    const V v = LoadU(p);
-    if constexpr (kHasByteShuffle)
-        return MulAdd8us(v, Splat8(1));
-    else
-        return Add16(And(v, Splat16(255)), ShiftRight16u<8>(v));
-}
-
 void HalveRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
@@ -25,7 +15,7 @@ void HalveRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
         for (; width - x >= 16; x += 16) {
             const Vek8u* const p = Offset(pSrc, (int64_t)x * 2);
             // The average of a sum and 0 is half the sum, rounded up.
-            StoreU(pDst + x, Pack16sTo8u(Average16u(PairSums(p), Zero()), Average16u(PairSums(p + 16), Zero())));
+            StoreU(pDst + x, Pack16sTo8u(Average16u(SumPairs8u(LoadU(p)), Zero()), Average16u(SumPairs8u(LoadU(p + 16)), Zero())));
         }
     }
     for (; x < width; ++x) {
@@ -36,7 +26,7 @@ void HalveRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 
 inline V QuarterSums(const Vek8u* pUpper, const Vek8u* pLower)
 {
-    return ShiftRight16u<2>(Add16(Add16(PairSums(pUpper), PairSums(pLower)), Splat16(3)));
+    return ShiftRight16u<2>(Add16(Add16(SumPairs8u(LoadU(pUpper)), SumPairs8u(LoadU(pLower))), Splat16(3)));
 }
 
 void QuarterRow(const Vek8u* pUpper, const Vek8u* pLower, Vek8u* pDst, Vek32s width)
