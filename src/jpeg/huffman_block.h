@@ -37,40 +37,43 @@ struct ZigzagBits {
     }
 };
 
-// Bit z is set where the coefficient at zigzag position z is not zero. `packed` holds a byte for each
-// coefficient in natural order.
-inline uint64_t NonZeroInZigzag(const V (&packed)[4])
+constexpr ZigzagShuffle kZigzagShuffle;
+constexpr ZigzagBits kZigzagBits;
+
+template <int to>
+inline uint64_t ZeroIn16(V a, V b, V c, V d)
 {
-    if constexpr (kHasByteShuffle) {
-        static constexpr ZigzagShuffle kShuffle;
-        uint64_t zeros = 0;
-        for (int to = 0; to < 4; ++to) {
-            V bytes = Zero();
-            for (int from = 0; from < 4; ++from)
-                if (to + 3 != from && from + 3 != to)  // the ends of the zigzag lie in few rows
-                    bytes = Or(bytes, Shuffle8(packed[from], LoadA(kShuffle.index[to][from])));
-            zeros |= (uint64_t)MoveMask8(Equal8(bytes, Zero())) << 16 * to;
-        }
-        return ~zeros;
-    }
-    static constexpr ZigzagBits kZigzag;
-    uint64_t mask = 0;
-    for (int i = 0; i < 4; ++i) {
-        const unsigned found = (unsigned)MoveMask8(Equal8(packed[i], Zero())) ^ 0xffff;
-        mask |= kZigzag.bits[4 * i][found & 15] | kZigzag.bits[4 * i + 1][found >> 4 & 15];
-        mask |= kZigzag.bits[4 * i + 2][found >> 8 & 15] | kZigzag.bits[4 * i + 3][found >> 12];
-    }
-    return mask;
+    const auto& index = kZigzagShuffle.index[to];
+    V bytes = Or(Shuffle8(b, LoadA(index[1])), Shuffle8(c, LoadA(index[2])));
+    if (to < 3)  // the ends of the zigzag lie in few rows
+        bytes = Or(bytes, Shuffle8(a, LoadA(index[0])));
+    if (to > 0)
+        bytes = Or(bytes, Shuffle8(d, LoadA(index[3])));
+    return (uint64_t)MoveMask8(Equal8(bytes, Zero())) << 16 * to;
+}
+
+template <int from>
+inline uint64_t NonZeroOf16(V bytes)
+{
+    const unsigned found = (unsigned)MoveMask8(Equal8(bytes, Zero())) ^ 0xffff;
+    const auto& bits = kZigzagBits.bits;
+    return bits[4 * from][found & 15] | bits[4 * from + 1][found >> 4 & 15] | bits[4 * from + 2][found >> 8 & 15]
+         | bits[4 * from + 3][found >> 12];
+}
+
+// Bit z is set where zigzag position z is not zero; a, b, c and d hold two rows each, as bytes.
+inline uint64_t NonZeroInZigzag(V a, V b, V c, V d)
+{
+    if constexpr (kHasByteShuffle)
+        return ~(ZeroIn16<0>(a, b, c, d) | ZeroIn16<1>(a, b, c, d) | ZeroIn16<2>(a, b, c, d) | ZeroIn16<3>(a, b, c, d));
+    return NonZeroOf16<0>(a) | NonZeroOf16<1>(b) | NonZeroOf16<2>(c) | NonZeroOf16<3>(d);
 }
 
 inline uint64_t NonZeroInZigzag(const Vek16s* block)
 {
-    if constexpr (kBlocks) {
-        V packed[4];
-        for (int i = 0; i < 4; ++i)
-            packed[i] = Pack16sTo8s(LoadU(block + 16 * i), LoadU(block + 16 * i + 8));
-        return NonZeroInZigzag(packed);
-    }
+    if constexpr (kBlocks)
+        return NonZeroInZigzag(Pack16sTo8s(LoadU(block), LoadU(block + 8)), Pack16sTo8s(LoadU(block + 16), LoadU(block + 24)),
+                               Pack16sTo8s(LoadU(block + 32), LoadU(block + 40)), Pack16sTo8s(LoadU(block + 48), LoadU(block + 56)));
     uint64_t mask = 0;
     for (int z = 0; z < kBlockSize; ++z)
         mask |= (uint64_t)(Get(block + kNaturalOrder[z]) != 0) << z;

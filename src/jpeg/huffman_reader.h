@@ -5,11 +5,10 @@
 
 #include "jpeg/huffman_records.h"
 
-// The reader lives in registers only while none of its addresses is taken, so all of this is inlined.
-#define VEK_HOT __attribute__((always_inline)) inline
-
 namespace uvek::VEK_TIER_NAMESPACE {
 
+// It lives in registers only while its address is not taken; what is hot is inlined, what is not works
+// on a copy.
 class HuffmanReader {
 public:
     HuffmanReader(const Vek8u* src, Vek32s length, const Vek32s* position, const Vek32s* marker, const DecodeHuffmanState* state)
@@ -104,7 +103,6 @@ private:
                 return StatusOk;
             }
         }
-        // By way of a copy, so that the compiler may hold this reader in registers.
         HuffmanReader copy = *this;
         const VekStatus status = copy.FillByBytes(needed);
         *this = copy;

@@ -35,6 +35,9 @@ struct EncodeHuffmanState {
 static_assert(sizeof(DecodeHuffmanSpec) == 1644 && sizeof(DecodeHuffmanState) == 24, "sizes are part of the contract");
 static_assert(sizeof(EncodeHuffmanSpec) == 1024 && sizeof(EncodeHuffmanState) == 1048, "sizes are part of the contract");
 
+// For the inner loops of the coders, whose reader or writer is to be held in registers.
+#define VEK_HOT __attribute__((always_inline)) inline
+
 namespace uvek::VEK_TIER_NAMESPACE {
 
 constexpr Vek32s kBlockSize = 64;
