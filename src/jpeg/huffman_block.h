@@ -80,6 +80,50 @@ inline uint64_t NonZeroInZigzag(const Vek16s* block)
     return mask;
 }
 
+// Zigzag positions from `first` on; none for 64.
+inline uint64_t From(Vek32s first)
+{
+    return first >= kBlockSize ? 0 : ~(uint64_t)0 << first;
+}
+
+inline Vek32s ShiftedMagnitude(const Vek16s* p, Vek32s bit)
+{
+    const Vek32s value = Get(p);
+    return (value < 0 ? -value : value) >> bit;
+}
+
+// 16 magnitudes, shifted, as bytes that are 0 or 1 where the magnitude is.
+inline V ShiftedMagnitudes(const Vek16s* p, V bit)
+{
+    return Pack16sTo8s(ShiftRight16uBy(Abs16(LoadU(p)), bit), ShiftRight16uBy(Abs16(LoadU(p + 8)), bit));
+}
+
+// Where a block's magnitudes, shifted right by `bit`, are not zero, and where they are one.
+struct MagnitudeSets {
+    uint64_t nonZero = 0;
+    uint64_t one = 0;
+
+    MagnitudeSets(const Vek16s* block, Vek32s bit, bool wantsOnes)
+    {
+        if constexpr (kBlocks) {
+            const V count = ShiftCount(bit);
+            const V a = ShiftedMagnitudes(block, count), b = ShiftedMagnitudes(block + 16, count);
+            const V c = ShiftedMagnitudes(block + 32, count), d = ShiftedMagnitudes(block + 48, count);
+            nonZero = NonZeroInZigzag(a, b, c, d);
+            if (wantsOnes) {
+                const V ones = Splat8(1);
+                one = NonZeroInZigzag(Equal8(a, ones), Equal8(b, ones), Equal8(c, ones), Equal8(d, ones));
+            }
+        } else {
+            for (int z = 0; z < kBlockSize; ++z) {
+                const Vek32s magnitude = ShiftedMagnitude(block + kNaturalOrder[z], bit);
+                nonZero |= (uint64_t)(magnitude != 0) << z;
+                one |= (uint64_t)(magnitude == 1) << z;
+            }
+        }
+    }
+};
+
 }  // namespace uvek::VEK_TIER_NAMESPACE
 
 #endif

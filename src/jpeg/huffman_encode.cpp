@@ -1,11 +1,9 @@
 // Encodes baseline blocks, and the differences of lossless scans.
-#include "jpeg/huffman_block.h"
-#include "jpeg/huffman_writer.h"
+#include "jpeg/huffman_scan.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
-constexpr Vek32u kSixteenZeros = 0xf0;
 constexpr Vek32u kEndOfBlock = 0;
 
 // Takes sixteens off *run. Rare, and kept away from the registers of its caller.

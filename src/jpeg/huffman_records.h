@@ -54,6 +54,14 @@ constexpr Vek8s kNaturalOrder[kZigzagReach] = {
     6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51, 58, 59, 52, 45, 38, 31,
     39, 46, 53, 60, 61, 54, 47, 55, 62, 63, 63, 63, 63, 63, 63, 63, 63, 63, -1, -1, -1, -1, -1, -1, -1, -1};
 
+// What a progressive scan may hold: a bit position, and zigzag positions without the first.
+constexpr Vek32s kMaxBit = 13;
+
+inline bool IsBand(Vek32s first, Vek32s last)
+{
+    return first >= 1 && first < kBlockSize && last >= first && last < kBlockSize;
+}
+
 inline void ClearState(DecodeHuffmanState* state)
 {
     memset(state, 0, sizeof *state);

@@ -48,6 +48,8 @@ constexpr SmallValueCodes kSmallValueCodes;
 // The writer that looks at the room left before every byte; a put that fails leaves the state as it was.
 class HuffmanWriter {
 public:
+    static constexpr Vek32s kMaxValueSize = 11;  // in progressive scans
+
     HuffmanWriter(Vek8u* dst, Vek32s length, Vek32s* position, EncodeHuffmanState* state)
         : dst_(dst), length_(length), position_(position), state_(state)
     {
@@ -93,6 +95,19 @@ public:
         return status < 0 || code.category == 0 ? status : PutBits((Vek32u)code.bits, (Vek32s)code.category);
     }
 
+    // Writes the low bits of *count bytes and leaves in *count how many are still to come.
+    VekStatus PutEach(const Vek8u* bits, Vek32s* count)
+    {
+        for (VekStatus status; *count > 0; --*count, ++bits) {
+            status = PutBits(*bits, 1);
+            if (status < 0)
+                return status;
+        }
+        return StatusOk;
+    }
+
+    static void Keep(Vek8u* bits, Vek32s index, Vek32s bit) { bits[index] = (Vek8u)(bit & 1); }
+
     // A partial byte is padded with ones; the state is cleared in any case.
     VekStatus Flush()
     {
@@ -116,9 +131,11 @@ constexpr Vek8u kFirstBytes[32] = {255, 255, 255, 255, 255, 255, 255, 255, 255, 
 // It leaves what the other writer would have left.
 class FastHuffmanWriter {
 public:
-    // 64 values, each a code and bits of up to 16; up to 3 codes for zeros, one for the end, and what
-    // was pending.
-    static constexpr Vek32s kMaxBytes = 64 * (2 + 2) + 4 * 2 + 1;
+    static constexpr Vek32s kMaxValueSize = 11;
+
+    // 64 values, each a code and bits of up to 16, up to 3 codes for zeros, one for the end, what was
+    // pending; or in progressive scans, two runs of blocks with the 1000 bits that may wait for them.
+    static constexpr Vek32s kMaxBytes = 64 * (2 + 2) + 2 * (4 + 125);
     // Every byte stuffed, and what Save rewrites behind them.
     static constexpr Vek32s kRoom = 2 * kMaxBytes + 16;
 
@@ -155,19 +172,46 @@ public:
         return PutEntry(table.entries[16 * run + (code & 15)], code >> 4, code & 15);
     }
 
+    // 1 to 16 bits.
+    VEK_HOT VekStatus PutBits(Vek32u value, Vek32s size)
+    {
+        Append(value & ((1u << size) - 1), (uint64_t)size);
+        return StatusOk;
+    }
+
+    VEK_HOT VekStatus PutEach(const Vek8u* bits, Vek32s* count)
+    {
+        for (Vek32s i = 0; i < *count;) {
+            const Vek32s size = Min(*count - i, 16);
+            uint64_t value = 0;
+            for (const Vek32s end = i + size; i < end; ++i)
+                value = value << 1 | (bits[i] & 1);
+            Append(value, (uint64_t)size);
+        }
+        *count = 0;
+        return StatusOk;
+    }
+
+    static void Keep(Vek8u* bits, Vek32s index, Vek32s bit) { bits[index] = (Vek8u)(bit & 1); }
+
 private:
     // A code of up to 16 bits and `size` more, up to 16.
     VEK_HOT VekStatus PutEntry(uint64_t entry, uint64_t bits, uint64_t size)
     {
         if (__builtin_expect(entry == 0, 0))
             return StatusBadHuffmanTable;
-        const uint64_t length = (entry >> 16) + size;
-        bits_ = bits_ << length | (entry & 0xffff) << size | bits;
-        count_ += length;
+        Append((entry & 0xffff) << size | bits, (entry >> 16) + size);
+        return StatusOk;
+    }
+
+    // Up to 32 bits, none above `size`.
+    VEK_HOT void Append(uint64_t value, uint64_t size)
+    {
+        bits_ = bits_ << size | value;
+        count_ += size;
         Put((uint64_t*)next_, (uint64_t)__builtin_bswap64(bits_ << (64 - count_)));
         next_ += count_ >> 3;
         count_ &= 7;
-        return StatusOk;
     }
 
     // Returns how many bytes they become.
