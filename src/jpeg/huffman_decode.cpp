@@ -18,24 +18,6 @@ VEK_HOT void ClearBlock(Vek16s* dst)
     StoreU(dst + 56, Zero());
 }
 
-VEK_HOT VekStatus DecodeDc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek16s* lastDc)
-{
-    Vek32u symbol;
-    VekStatus status = reader.ReadSymbol(table, &symbol);
-    if (status < 0)
-        return status;
-    const Vek32s size = symbol & 15;
-    if (size != 0) {
-        Vek32s difference;
-        status = reader.ReadValue(size, &difference);
-        if (status < 0)
-            return status;
-        Put(lastDc, (Vek16s)(Get(lastDc) + difference));
-    }
-    Put(dst, Get(lastDc));
-    return StatusOk;
-}
-
 // Leaves in *next the zigzag position after the last one that was consumed.
 VEK_HOT VekStatus DecodeAc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* dst, Vek32s* next)
 {
@@ -83,9 +65,11 @@ VekStatus vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, Vek32s srcLenByt
     ClearBlock(pDst);
     HuffmanReader reader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState);
     Vek32s consumed = 0;
-    VekStatus status = DecodeDc(reader, *pDcTable, pDst, pLastDC);
-    if (status >= 0)
+    VekStatus status = ReadDc(reader, *pDcTable, pLastDC);
+    if (status >= 0) {
+        Put(pDst, Get(pLastDC));
         status = DecodeAc(reader, *pAcTable, pDst, &consumed);
+    }
     // A run that leaves the block still fills no more than the block.
     pDecHuffState->coefCount = Min(consumed, kBlockSize);
     reader.Save(pSrc, pSrcCurrPos, pMarker, pDecHuffState);

@@ -5,11 +5,10 @@
 
 #include "jpeg/huffman_records.h"
 
-// The reader lives in registers only while none of its addresses is taken, so all of this is inlined.
-#define VEK_HOT __attribute__((always_inline)) inline
-
 namespace uvek::VEK_TIER_NAMESPACE {
 
+// It lives in registers only while its address is not taken; what is hot is inlined, what is not works
+// on a copy.
 class HuffmanReader {
 public:
     HuffmanReader(const Vek8u* src, Vek32s length, const Vek32s* position, const Vek32s* marker, const DecodeHuffmanState* state)
@@ -33,6 +32,7 @@ public:
     // Reads the next symbol of `table`. A negative status ends the block.
     VEK_HOT VekStatus ReadSymbol(const DecodeHuffmanSpec& table, Vek32u* symbol)
     {
+        *symbol = 0;
         if (__builtin_expect(count_ < 8, 0)) {
             const VekStatus status = Fill(0);
             if (status < 0)
@@ -104,7 +104,6 @@ private:
                 return StatusOk;
             }
         }
-        // By way of a copy, so that the compiler may hold this reader in registers.
         HuffmanReader copy = *this;
         const VekStatus status = copy.FillByBytes(needed);
         *this = copy;
@@ -174,6 +173,21 @@ private:
     Vek32s count_;
     Vek32s marker_;
 };
+
+// Adds the next DC difference to *lastDc.
+VEK_HOT VekStatus ReadDc(HuffmanReader& reader, const DecodeHuffmanSpec& table, Vek16s* lastDc)
+{
+    Vek32u symbol;
+    const VekStatus status = reader.ReadSymbol(table, &symbol);
+    const Vek32s size = symbol & 15;
+    if (status < 0 || size == 0)
+        return status;
+    Vek32s difference;
+    const VekStatus read = reader.ReadValue(size, &difference);
+    if (read >= 0)
+        Put(lastDc, (Vek16s)(Get(lastDc) + difference));
+    return read;
+}
 
 }  // namespace uvek::VEK_TIER_NAMESPACE
 

@@ -35,6 +35,9 @@ struct EncodeHuffmanState {
 static_assert(sizeof(DecodeHuffmanSpec) == 1644 && sizeof(DecodeHuffmanState) == 24, "sizes are part of the contract");
 static_assert(sizeof(EncodeHuffmanSpec) == 1024 && sizeof(EncodeHuffmanState) == 1048, "sizes are part of the contract");
 
+// For the inner loops of the coders, whose reader or writer is to be held in registers.
+#define VEK_HOT __attribute__((always_inline)) inline
+
 namespace uvek::VEK_TIER_NAMESPACE {
 
 constexpr Vek32s kBlockSize = 64;
@@ -50,6 +53,14 @@ constexpr Vek8s kNaturalOrder[kZigzagReach] = {
     0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13,
     6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51, 58, 59, 52, 45, 38, 31,
     39, 46, 53, 60, 61, 54, 47, 55, 62, 63, 63, 63, 63, 63, 63, 63, 63, 63, -1, -1, -1, -1, -1, -1, -1, -1};
+
+// What a progressive scan may hold: a bit position, and zigzag positions without the first.
+constexpr Vek32s kMaxBit = 13;
+
+inline bool IsBand(Vek32s first, Vek32s last)
+{
+    return first >= 1 && first < kBlockSize && last >= first && last < kBlockSize;
+}
 
 inline void ClearState(DecodeHuffmanState* state)
 {

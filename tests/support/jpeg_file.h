@@ -241,8 +241,16 @@ private:
 
 inline VekStatus ScanDecoder::DecodeBlock(const uint8_t* data, Vek32s length, int i, Vek16s* block, Vek16s& lastDc)
 {
-    return vekiDecodeHuffman8x8_JPEG_1u16s_C1(data, length, &position_, block, &lastDc, &marker_, dc_[scan_.dcTable[i]].get(),
-                                              ac_[scan_.acTable[i]].get(), state_.get());
+    const JpegScan& s = scan_;
+    const DecodeHuffmanSpec* const dc = dc_[s.dcTable[i]].get();
+    const DecodeHuffmanSpec* const ac = ac_[s.acTable[i]].get();
+    if (!file_.progressive)
+        return vekiDecodeHuffman8x8_JPEG_1u16s_C1(data, length, &position_, block, &lastDc, &marker_, dc, ac, state_.get());
+    if (s.ss == 0)
+        return s.ah == 0 ? vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(data, length, &position_, block, &lastDc, &marker_, s.al, dc, state_.get())
+                         : vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(data, length, &position_, block, &marker_, s.al, state_.get());
+    const auto decode = s.ah == 0 ? vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1 : vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1;
+    return decode(data, length, &position_, block, &marker_, s.ss, s.se, s.al, ac, state_.get());
 }
 
 // Coefficients through the library's encoders, into the bytes of a scan.
@@ -297,8 +305,39 @@ private:
 
 inline VekStatus ScanEncoder::EncodeBlock(Bytes& data, int i, const Vek16s* block, Vek16s* lastDc, Vek32s flush)
 {
-    return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, data.data(), (Vek32s)data.size(), &position_, lastDc,
-                                              dc_[scan_.dcTable[i]].get(), ac_[scan_.acTable[i]].get(), state_.get(), flush);
+    const JpegScan& s = scan_;
+    const EncodeHuffmanSpec* const dc = dc_[s.dcTable[i]].get();
+    const EncodeHuffmanSpec* const ac = ac_[s.acTable[i]].get();
+    const Vek32s length = (Vek32s)data.size();
+    if (!file_.progressive)
+        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, data.data(), length, &position_, lastDc, dc, ac, state_.get(), flush);
+    if (s.ss == 0)
+        return s.ah == 0 ? vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, data.data(), length, &position_, lastDc, s.al, dc, state_.get(), flush)
+                         : vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, data.data(), length, &position_, s.al, state_.get(), flush);
+    const auto encode = s.ah == 0 ? vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1 : vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1;
+    return encode(block, data.data(), length, &position_, s.ss, s.se, s.al, ac, state_.get(), flush);
+}
+
+// The lists that an optimised table for a progressive scan has.
+inline HuffmanLists OptimisedLists(const JpegFile& file, const JpegScan& s, const Coefficients& coefficients)
+{
+    std::vector<Vek32s> counters(257);
+    Record<EncodeHuffmanState> state(vekiEncodeHuffmanStateGetBufSize_JPEG_8u);
+    Vek16s lastDc[4] = {};
+    const auto countAc = s.ah == 0 ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1 : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1;
+    WalkScan(file, s, [&](int, int component, int index) {
+        const Vek16s* const block = &coefficients[(size_t)component][(size_t)index * 64];
+        return s.ss == 0 ? vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, counters.data(), &lastDc[component], s.al)
+                         : countAc(block, counters.data(), s.ss, s.se, s.al, state.get(), 0);
+    }, [&] {
+        for (Vek16s& dc : lastDc)
+            dc = 0;
+        return s.ss == 0 ? (VekStatus)StatusOk : countAc(nullptr, counters.data(), 0, 0, 0, state.get(), 1);
+    });
+    countAc(nullptr, counters.data(), 0, 0, 0, state.get(), 1);
+    HuffmanLists lists;
+    vekiEncodeHuffmanRawTableInit_JPEG_8u(counters.data(), lists.bits, lists.vals);
+    return lists;
 }
 
 }  // namespace uvek::test
