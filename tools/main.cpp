@@ -10,6 +10,7 @@ int main(int argc, char** argv)
     app.require_subcommand(1);
     int exitStatus = uvek::tool::kDone;
     uvek::tool::AddInfo(app, exitStatus);
+    uvek::tool::AddColour(app, exitStatus);
     uvek::tool::AddJpeg(app, exitStatus);
     try {
         app.parse(argc, argv);

@@ -52,7 +52,14 @@ struct EncodeOptions {
     Colour colour = Colour::YCbCr;  // a CMYK image is coded as YCCK unless CMYK is asked for
     bool optimize = false;          // Huffman tables made for the image
     bool interleaved = true;        // false: a scan for each component
-    int restart = 0;                // MCUs between restart markers, 0 for none
+    bool progressive = false;       // spectral selection and successive approximation, tables for each scan
+    int restart = 0;                // MCUs between restart markers, 0 for none; rows in lossless files
+
+    // Lossless files (SOF3): grey of 8 to 16 bits, RGB of 8.
+    bool lossless = false;
+    int predictor = 1;              // 1 to 7
+    int pointTransform = 0;         // low bits that are left out
+
     Progress progress;
 };
 

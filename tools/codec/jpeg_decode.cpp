@@ -6,6 +6,7 @@
 
 #include "codec/jpeg.h"
 #include "codec/jpeg_format.h"
+#include "codec/jpeg_lossless.h"
 #include "codec/jpeg_pixels.h"
 
 namespace uvek::codec {
@@ -477,10 +478,8 @@ void Decoder::DecodeLosslessScan(const Scan& scan)
             continue;
         }
         for (size_t i = 0; i < count; ++i) {
-            auto* row = reinterpret_cast<Vek16s*>(scan.components[i]->lossless.data() + (size_t)y * (size_t)width);
-            Check(firstRow ? vekiReconstructPredFirstRow_JPEG_16s_C1(differences[i].data(), row, width, precision_, scan.al)
-                           : vekiReconstructPredRow_JPEG_16s_C1(differences[i].data(), row - width, row, width, predictor),
-                  "lossless prediction");
+            uint16_t* row = scan.components[i]->lossless.data() + (size_t)y * (size_t)width;
+            ReconstructRow(differences[i].data(), firstRow ? nullptr : row - width, row, width, precision_, predictor, scan.al);
         }
         firstRow = false;
         if (options_.progress)

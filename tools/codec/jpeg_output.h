@@ -2,6 +2,7 @@
 #ifndef UVEK_TOOLS_CODEC_JPEG_OUTPUT_H
 #define UVEK_TOOLS_CODEC_JPEG_OUTPUT_H
 
+#include <algorithm>
 #include <initializer_list>
 
 #include "codec/jpeg_format.h"

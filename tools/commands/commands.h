@@ -10,6 +10,7 @@ namespace uvek::tool {
 enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
 
 void AddInfo(CLI::App& app, int& exitStatus);
+void AddColour(CLI::App& app, int& exitStatus);
 void AddJpeg(CLI::App& app, int& exitStatus);
 
 }  // namespace uvek::tool

@@ -55,7 +55,7 @@ void AddJpeg(CLI::App& app, int& exitStatus)
     decode->add_option("out", arguments->out, "image file")->required();
     decode->callback([=, &exitStatus] { exitStatus = Decode(*arguments); });
 
-    CLI::App* encode = jpeg->add_subcommand("encode", "PNG, PPM or PGM to baseline JPEG");
+    CLI::App* encode = jpeg->add_subcommand("encode", "PNG, PPM or PGM to JPEG");
     codec::EncodeOptions& options = arguments->encode;
     encode->add_option("in", arguments->in, "image file")->required();
     encode->add_option("out", arguments->out, "JPEG file")->required();
@@ -66,7 +66,12 @@ void AddJpeg(CLI::App& app, int& exitStatus)
         ->default_str("420");
     encode->add_flag("--optimize", options.optimize, "Huffman tables made for this image");
     encode->add_flag("!--non-interleaved", options.interleaved, "a scan for each component");
-    encode->add_option("--restart", options.restart, "MCUs between restart markers, 0 for none")->check(CLI::Range(0, 65535));
+    encode->add_option("--restart", options.restart, "MCUs (rows, without loss) between restart markers, 0 for none")->check(CLI::Range(0, 65535));
+    CLI::Option* progressive = encode->add_flag("--progressive", options.progressive, "first the outline, then the detail");
+    CLI::Option* lossless = encode->add_flag("--lossless", options.lossless, "every sample as it is: grey of 8 to 16 bits, RGB of 8");
+    lossless->excludes(progressive);
+    encode->add_option("--predictor", options.predictor, "of lossless files, 1 to 7")->check(CLI::Range(1, 7))->needs(lossless);
+    encode->add_option("--point-transform", options.pointTransform, "low bits that lossless files leave out")->check(CLI::Range(0, 15))->needs(lossless);
     encode->callback([=, &exitStatus] { exitStatus = Encode(*arguments); });
 }
 
