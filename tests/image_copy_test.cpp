@@ -25,16 +25,8 @@ Shape OtherThan(Shape shape)
     return shape;
 }
 
-// Large enough for every streaming limit: packed, and in rows that share no alignment.
-template <typename Visit>
-void ForEachLargeShape(Visit visit)
-{
-    for (const Vek32s padding : {0, 5}) {
-        Shape shape{1027, 700, padding};
-        shape.offset = padding;
-        visit(shape);
-    }
-}
+// Large enough for the streaming limits; packed, and in rows that share no alignment.
+const Shape kLarge = {1027, 700}, kLargePadded = {1027, 700, 5, false, Flush::End, 5};
 
 template <typename T, int from, int to, typename Call>
 void ExpectMovesOn(const Shape& shape, std::mt19937& random, const Moves& moves, Call call)
@@ -68,7 +60,8 @@ TEST_P(ImageCopyTest, WholePixelsArrive)
     ExpectMoves<Vek16s, 1, 1>(random_, kOne, vekiCopy_16s_C1R);
     ExpectMoves<Vek16s, 3, 3>(random_, kThree, vekiCopy_16s_C3R);
     ExpectMoves<Vek16s, 4, 4>(random_, kFour, vekiCopy_16s_C4R);
-    ForEachLargeShape([&](const Shape& shape) { ExpectMovesOn<Vek8u, 3, 3>(shape, random_, kThree, vekiCopy_8u_C3R); });
+    ExpectMovesOn<Vek8u, 3, 3>(kLarge, random_, kThree, vekiCopy_8u_C3R);
+    ExpectMovesOn<Vek8u, 3, 3>(kLargePadded, random_, kThree, vekiCopy_8u_C3R);
     ExpectMoves<Vek32s, 1, 1>(random_, kOne, [](const Vek32s* src, Vek32s srcStep, Vek32s* dst, Vek32s dstStep, VekImageSize size) {
         return vekiCopy_32f_C1R((const Vek32f*)src, srcStep, (Vek32f*)dst, dstStep, size);  // any bits, also signalling NaNs
     });
@@ -143,16 +136,38 @@ void ExpectMergeOn(const Shape& shape, std::mt19937& random, Call call)
 
 TEST_P(ImageCopyTest, PlanesSplitAndMerge)
 {
-    const auto visit = [&](const Shape& shape) {
+    ForEachShape([&](const Shape& shape) {
         ExpectSplitOn<Vek8u, 3>(shape, random_, vekiCopy_8u_C3P3R);
         ExpectSplitOn<Vek8u, 4>(shape, random_, vekiCopy_8u_C4P4R);
         ExpectSplitOn<Vek16s, 3>(shape, random_, vekiCopy_16s_C3P3R);
         ExpectSplitOn<Vek16s, 4>(shape, random_, vekiCopy_16s_C4P4R);
         ExpectMergeOn<3>(shape, random_, vekiCopy_8u_P3C3R);
         ExpectMergeOn<4>(shape, random_, vekiCopy_8u_P4C4R);
-    };
-    ForEachShape(visit);
-    ForEachLargeShape(visit);
+    });
+    ExpectMergeOn<3>(kLarge, random_, vekiCopy_8u_P3C3R);
+    ExpectMergeOn<4>(kLargePadded, random_, vekiCopy_8u_P4C4R);
+    ExpectSplitOn<Vek16s, 3>(kLargePadded, random_, vekiCopy_16s_C3P3R);
+    ExpectSplitOn<Vek16s, 4>(kLarge, random_, vekiCopy_16s_C4P4R);
+}
+
+// From 16 MiB on bytes are streamed too.
+TEST_P(ImageCopyTest, LargePlanesArriveWhole)
+{
+    constexpr Vek32s kWidth = 2371, kHeight = 2371;
+    constexpr size_t kPixels = (size_t)kWidth * kHeight;
+    std::vector<Vek8u> src(kPixels * 4), planes(kPixels * 4);
+    Vek32u next = 1;
+    for (auto& x : src)
+        x = (Vek8u)((next = next * 1664525u + 1013904223u) >> 24);
+    for (const size_t channels : {3, 4}) {
+        Vek8u* const pointers[4] = {planes.data(), planes.data() + kPixels, planes.data() + 2 * kPixels, planes.data() + 3 * kPixels};
+        const auto split = channels == 3 ? vekiCopy_8u_C3P3R : vekiCopy_8u_C4P4R;
+        ASSERT_EQ(StatusOk, split(src.data(), kWidth * (Vek32s)channels, pointers, kWidth, {kWidth, kHeight}));
+        size_t different = 0;
+        for (size_t i = 0; i < kPixels * channels; ++i)
+            different += src[i] != pointers[i % channels][i / channels];
+        EXPECT_EQ(0u, different) << channels << " channels";
+    }
 }
 
 TEST_P(ImageCopyTest, MaskPicksPixels)
