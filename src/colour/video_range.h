@@ -3,7 +3,7 @@
 #ifndef UVEK_COLOUR_VIDEO_RANGE_H
 #define UVEK_COLOUR_VIDEO_RANGE_H
 
-#include "frame/simd.h"
+#include "colour/groups.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
@@ -38,34 +38,23 @@ struct HalfWeights {
 
 constexpr HalfWeights kHalfY = {8421, 16515, 3211}, kHalfCb = {-4850, -9535, 14385}, kHalfCr = {14385, -12059, -2327};
 
-// Luma of eight pixels in words, from samples in the upper halves of words; `offset` has 8 fraction bits.
-inline V LumaWords(V r, V g, V b, V offset)
+// Luma of 16 pixels, from high products of 8 fraction bits; so has `offset`.
+inline V LumaWords(const Products& p, V offset) { return ShiftRight16u<8>(Add16(Add16(p.r, p.g), Add16(p.b, offset))); }
+
+inline V LumaBytes(const Pixels16<3>& pixels, V offset)
 {
-    const V sum = Add16(Add16(MulHigh16u(r, Splat16(16843)), MulHigh16u(g, Splat16(33030))), MulHigh16u(b, Splat16(6423)));
-    return ShiftRight16u<8>(Add16(sum, offset));
+    const ProductWeights weights(16843, 33030, 6423);
+    return Pack16sTo8u(LumaWords(HighProducts<0>(pixels, weights), offset), LumaWords(HighProducts<1>(pixels, weights), offset));
 }
 
-inline V LumaBytes(V r, V g, V b, V offset)
-{
-    const V zero = Zero();
-    return Pack16sTo8u(LumaWords(UnpackLow8(zero, r), UnpackLow8(zero, g), UnpackLow8(zero, b), offset),
-                       LumaWords(UnpackHigh8(zero, r), UnpackHigh8(zero, g), UnpackHigh8(zero, b), offset));
-}
-
-// Chroma of sums of 2^n pixels, in words, less 128: `round` and `shift` have n bits more than for one pixel. The
-// pairs are r g and b 1.
+// Chroma, less 128, of eight sums of pixels, in words. What rounds is unit * (1 << unitBits), as the pair's second
+// word times its weight.
 template <int shift>
-inline V ChromaOf4(V rg, V b1, const HalfWeights& w, int round)
+inline V ChromaWords(const PairSums& sums, const HalfWeights& w, int unit, int unitBits)
 {
-    return ShiftRight32s<shift>(Add32(MulAdd16(rg, SplatPair16(w.r, w.g)), MulAdd16(b1, SplatPair16(w.b, round))));
-}
-
-template <int shift>
-inline V ChromaWords(V r, V g, V b, const HalfWeights& w, int round)
-{
-    const V one = Splat16(1);
-    return Pack32sTo16s(ChromaOf4<shift>(UnpackLow16(r, g), UnpackLow16(b, one), w, round),
-                        ChromaOf4<shift>(UnpackHigh16(r, g), UnpackHigh16(b, one), w, round));
+    const V rg = SplatPair16(w.r, w.g), b1 = SplatPair16(w.b, 1 << unitBits), one = Splat32(unit << 16);
+    return Pack32sTo16s(ShiftRight32s<shift>(Add32(MulAdd16(sums.rg(0), rg), MulAdd16(Or(sums.b(0), one), b1))),
+                        ShiftRight32s<shift>(Add32(MulAdd16(sums.rg(1), rg), MulAdd16(Or(sums.b(1), one), b1))));
 }
 
 // ---- Inverse ----
