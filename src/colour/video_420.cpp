@@ -15,9 +15,8 @@ void ForwardRows(const Vek8u* const src[2], Vek8u* const luma[2], Vek8u* pCb, Ve
     if constexpr (kBlocks) {
         for (; pairs - i >= 8; i += 8) {
             const Pixels16<3> upper = LoadPixels<3>(Offset(src[0], (int64_t)i * 6)), lower = LoadPixels<3>(Offset(src[1], (int64_t)i * 6));
-            const V offset = Splat16((16 << 8) + 128);
-            StoreU(Offset(luma[0], (int64_t)i * 2), LumaBytes(upper, offset));
-            StoreU(Offset(luma[1], (int64_t)i * 2), LumaBytes(lower, offset));
+            StoreU(Offset(luma[0], (int64_t)i * 2), LumaBytes(upper, kLumaWordOffsetNearest, kLumaWordOffsetNearest));
+            StoreU(Offset(luma[1], (int64_t)i * 2), LumaBytes(lower, kLumaWordOffsetNearest, kLumaWordOffsetNearest));
             const PairSums sums = Add(SumPairs(upper), SumPairs(lower));
             const V cb = ChromaWords<17>(sums, kHalfCb, 1, 14), cr = ChromaWords<17>(sums, kHalfCr, 1, 14);
             const V both = Xor(Pack16sTo8s(cb, cr), Splat8(128));

@@ -11,10 +11,9 @@ constexpr Vek32s kPairOffset = (1 << 16) - (128 << 17);
 
 void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
-    const V lumaOffset = SplatPair16((16 << 8) + 128, 16 << 8);
     for (; blocks > 0; --blocks, src += 48, dst += 32) {
         const Pixels16<3> pixels = LoadPixels<3>(src);
-        const V luma = LumaBytes(pixels, lumaOffset);
+        const V luma = LumaBytes(pixels, kLumaWordOffsetNearest, kLumaWordOffset);
         // Halved weights leave 16 bits to take off the sum of two; the half is 2 times 16384.
         const PairSums sums = SumPairs(pixels);
         const V cb = ChromaWords<16>(sums, kHalfCb, 2, 14), cr = ChromaWords<16>(sums, kHalfCr, 2, 14);

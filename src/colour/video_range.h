@@ -38,13 +38,42 @@ struct HalfWeights {
 
 constexpr HalfWeights kHalfY = {8421, 16515, 3211}, kHalfCb = {-4850, -9535, 14385}, kHalfCr = {14385, -12059, -2327};
 
-// Luma of 16 pixels, from high products of 8 fraction bits; so has `offset`.
-inline V LumaWords(const Products& p, V offset) { return ShiftRight16u<8>(Add16(Add16(p.r, p.g), Add16(p.b, offset))); }
+// At 65536 / 306 to the unit the three weights come so near to whole numbers that bytes hold them: 55, 108 and 21 are
+// off by less than a tenth of a unit in all. A high product of 306 then takes the scale off.
+constexpr int kLumaUnit = 306;
+constexpr int kLumaRed = 55, kLumaGreen = 108, kLumaBlue = 21;
+constexpr int kLumaWordOffset = 16 * 65536 / kLumaUnit;         // 16
+constexpr int kLumaWordOffsetNearest = 33 * 32768 / kLumaUnit;  // 16.5
 
-inline V LumaBytes(const Pixels16<3>& pixels, V offset)
+inline V LumaWords(V sum, V offset) { return MulHigh16u(Add16(sum, offset), Splat16(kLumaUnit)); }
+
+// R G pairs and B G pairs of a group's four pixels, weighted: green takes part in both, for its weight.
+template <int group>
+inline V LumaPairs(V v)
 {
-    const ProductWeights weights(16843, 33030, 6423);
-    return Pack16sTo8u(LumaWords(HighProducts<0>(pixels, weights), offset), LumaWords(HighProducts<1>(pixels, weights), offset));
+    constexpr int r = kSkip<3, group>, g = r + 1, b = r + 2;
+    const V pairs = Shuffle8(v, Lanes8(r, g, r + 3, g + 3, r + 6, g + 6, r + 9, g + 9, b, g, b + 3, g + 3, b + 6, g + 6, b + 9, g + 9));
+    constexpr int rg = kLumaGreen / 2 << 8 | kLumaRed, bg = kLumaGreen / 2 << 8 | kLumaBlue;
+    return MulAdd8us(pairs, Lanes16(rg, rg, rg, rg, bg, bg, bg, bg));
+}
+
+inline V LumaSum(V r, V g, V b)
+{
+    return Add16(Add16(MulLow16(r, Splat16(kLumaRed)), MulLow16(g, Splat16(kLumaGreen))), MulLow16(b, Splat16(kLumaBlue)));
+}
+
+// Luma of 16 pixels; the offsets are of pixels 0, 2, .. and 1, 3, ...
+inline V LumaBytes(const Pixels16<3>& pixels, int even, int odd)
+{
+    const V* const v = pixels.v;
+    const V offset = SplatPair16(even, odd);
+    if constexpr (kHasByteShuffle) {
+        const V a = LumaPairs<0>(v[0]), b = LumaPairs<1>(v[1]), c = LumaPairs<2>(v[2]), d = LumaPairs<3>(v[3]);
+        return Pack16sTo8u(LumaWords(Add16(UnpackLow64(a, b), UnpackHigh64(a, b)), offset), LumaWords(Add16(UnpackLow64(c, d), UnpackHigh64(c, d)), offset));
+    } else {
+        return Pack16sTo8u(LumaWords(LumaSum(WidenLow8u(v[0]), WidenLow8u(v[1]), WidenLow8u(v[2])), offset),
+                           LumaWords(LumaSum(WidenHigh8u(v[0]), WidenHigh8u(v[1]), WidenHigh8u(v[2])), offset));
+    }
 }
 
 // Chroma, less 128, of eight sums of pixels, in words. What rounds is unit * (1 << unitBits), as the pair's second
