@@ -1,6 +1,8 @@
 // Colour conversion, sampling and DCT of a JPEG codec. Peers do not compute quite the same: OpenCV's YCrCb
 // is interleaved and has other fractions, libyuv's coefficients have six to eight bits; the planar calls of
 // libjpeg-turbo (colour alone for 4:4:4, colour and sampling for 4:2:0) add a call's set-up.
+#include <memory>
+
 #include "support.h"
 #include "uvek/uvek.h"
 
@@ -16,6 +18,16 @@
 
 namespace uvek::bench {
 namespace {
+
+#ifdef UVEK_HAVE_LIBYUV
+// The call asks the processor, which takes longer than a small image.
+void MaskYuv(int flags)
+{
+    static int current = 0;
+    if (current != flags)
+        libyuv::MaskCpuFlags(current = flags);
+}
+#endif
 
 struct Planes {
     explicit Planes(Size size) : y(size, 1), cb(size, 1), cr(size, 1) {}
@@ -95,9 +107,7 @@ void RegisterColour(Size size)
         const int flags = held ? ~(libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasSSE42 | libyuv::kCpuHasERMS | libyuv::kCpuHasFMA3) & 0xffff : -1;
         const auto call = [&](const std::string& operation, int64_t bytes, auto&& work) {
             Register(operation, peer, -1, name, bytes, [=] {
-                static int current = 0;  // the call asks the processor, which takes longer than a small image
-                if (current != flags)
-                    libyuv::MaskCpuFlags(current = flags);
+                MaskYuv(flags);
                 work();
             });
         };

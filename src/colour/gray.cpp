@@ -1,7 +1,7 @@
 // Weighted sums of three channels, in 8 bits by fixed point and in 16 bits by single precision.
 #include "colour/blocks.h"
+#include "colour/groups.h"
 #include "frame/simd_float.h"
-#include "frame/simd_interleave.h"
 #include "uvek/colour.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -28,38 +28,15 @@ FixedWeights ToFixed(const Vek32f* coeffs)
     return weights;
 }
 
-// Each product keeps 4 fraction bits; a byte in the upper half of a word makes the shift by 8 a high product.
-inline V GrayWords(V a, V b, V c, V ka, V kb, V kc)
-{
-    return ShiftRight16u<4>(AddSat16u(AddSat16u(MulHigh16u(a, ka), MulHigh16u(b, kb)), MulHigh16u(c, kc)));
-}
+// Products keep 4 fraction bits.
+inline V GrayWords(const Products& p) { return ShiftRight16u<4>(AddSat16u(AddSat16u(p.r, p.g), p.b)); }
 
-void GrayBlocks3(const Vek8u* src, Vek8u* dst, Vek32s blocks, V ka, V kb, V kc)
+template <int channels>
+void GrayBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks, ProductWeights weights)
 {
-    const V zero = Zero();
-    for (; blocks > 0; --blocks, src += 48, dst += 16) {
-        V a = LoadU(src), b = LoadU(src + 16), c = LoadU(src + 32);
-        Deinterleave3x8(a, b, c);
-        const V low = GrayWords(UnpackLow8(zero, a), UnpackLow8(zero, b), UnpackLow8(zero, c), ka, kb, kc);
-        const V high = GrayWords(UnpackHigh8(zero, a), UnpackHigh8(zero, b), UnpackHigh8(zero, c), ka, kb, kc);
-        StoreU(dst, Pack16sTo8u(low, high));
-    }
-}
-
-// Four pixels of four bytes: words of the first and third samples, of the second; summed in the upper words.
-inline V GrayOf4(V pixels, V kac, V kb)
-{
-    const V ac = MulHigh16u(ShiftLeft16<8>(pixels), kac), b = MulHigh16u(And(pixels, Splat32(0xff00)), kb);
-    const V ab = AddSat16u(ac, b);
-    return ShiftRight32u<20>(AddSat16u(ab, ShiftLeft32<16>(ab)));
-}
-
-void GrayBlocks4(const Vek8u* src, Vek8u* dst, Vek32s blocks, V kac, V kb)
-{
-    for (; blocks > 0; --blocks, src += 64, dst += 16) {
-        const V low = Pack32sTo16s(GrayOf4(LoadU(src), kac, kb), GrayOf4(LoadU(src + 16), kac, kb));
-        const V high = Pack32sTo16s(GrayOf4(LoadU(src + 32), kac, kb), GrayOf4(LoadU(src + 48), kac, kb));
-        StoreU(dst, Pack16sTo8u(low, high));
+    for (; blocks > 0; --blocks, src += 16 * channels, dst += 16) {
+        const Pixels16<channels> pixels = LoadPixels<channels>(src);
+        StoreU(dst, Pack16sTo8u(GrayWords(HighProducts<0>(pixels, weights)), GrayWords(HighProducts<1>(pixels, weights))));
     }
 }
 
@@ -68,10 +45,8 @@ void GrayRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width, const FixedWeights& w
 {
     const Vek32u* const k = weights.k;
     Vek32s x = 0;
-    if constexpr (kBlocks && channels == 3)
-        x = RunBlocks<3, 1>(GrayBlocks3, pSrc, pDst, width, Splat16((int)k[0]), Splat16((int)k[1]), Splat16((int)k[2]));
-    else if constexpr (kBlocks)
-        x = RunBlocks<4, 1>(GrayBlocks4, pSrc, pDst, width, Splat32((Vek32s)(k[2] << 16 | (k[0] & 0xffff))), Splat16((int)k[1]));
+    if constexpr (kBlocks)
+        x = RunBlocks<channels, 1>(GrayBlocks<channels>, pSrc, pDst, width, ProductWeights((int)k[0], (int)k[1], (int)k[2]));
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * channels);
         pDst[x] = (Vek8u)((p[0] * k[0] + p[1] * k[1] + p[2] * k[2]) >> 12);

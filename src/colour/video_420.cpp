@@ -1,6 +1,5 @@
 // RGB to 4:2:0 planes in video range, and planes to BGR, by blocks of 2 by 2 pixels.
 #include "colour/video_range.h"
-#include "frame/simd_interleave.h"
 #include "uvek/colour.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -10,26 +9,16 @@ constexpr Vek32s kQuadOffset = (1 << 15) - (128 << 18);
 
 // ---- Forward: rows of pixels and of luma in pairs ----
 
-inline void SumAndLuma(const Vek8u* src, Vek8u* luma, V& r, V& g, V& b)
-{
-    V x = LoadU(src), y = LoadU(src + 16), z = LoadU(src + 32);
-    Deinterleave3x8(x, y, z);
-    StoreU(luma, LumaBytes(x, y, z, Splat16((16 << 8) + 128)));
-    r = SumPairs8u(x);
-    g = SumPairs8u(y);
-    b = SumPairs8u(z);
-}
-
 void ForwardRows(const Vek8u* const src[2], Vek8u* const luma[2], Vek8u* pCb, Vek8u* pCr, Vek32s pairs)
 {
     Vek32s i = 0;
     if constexpr (kBlocks) {
         for (; pairs - i >= 8; i += 8) {
-            V r0, g0, b0, r1, g1, b1;
-            SumAndLuma(Offset(src[0], (int64_t)i * 6), Offset(luma[0], (int64_t)i * 2), r0, g0, b0);
-            SumAndLuma(Offset(src[1], (int64_t)i * 6), Offset(luma[1], (int64_t)i * 2), r1, g1, b1);
-            const V r = Add16(r0, r1), g = Add16(g0, g1), b = Add16(b0, b1);
-            const V cb = ChromaWords<17>(r, g, b, kHalfCb, 1 << 14), cr = ChromaWords<17>(r, g, b, kHalfCr, 1 << 14);
+            const Pixels16<3> upper = LoadPixels<3>(Offset(src[0], (int64_t)i * 6)), lower = LoadPixels<3>(Offset(src[1], (int64_t)i * 6));
+            StoreU(Offset(luma[0], (int64_t)i * 2), LumaBytes(upper, kLumaWordOffsetNearest, kLumaWordOffsetNearest));
+            StoreU(Offset(luma[1], (int64_t)i * 2), LumaBytes(lower, kLumaWordOffsetNearest, kLumaWordOffsetNearest));
+            const PairSums sums = Add(SumPairs(upper), SumPairs(lower));
+            const V cb = ChromaWords<17>(sums, kHalfCb, 1, 14), cr = ChromaWords<17>(sums, kHalfCr, 1, 14);
             const V both = Xor(Pack16sTo8s(cb, cr), Splat8(128));
             Store64(pCb + i, both);
             Store64(pCr + i, UnpackHigh64(both, both));

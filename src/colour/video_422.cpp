@@ -1,7 +1,6 @@
 // RGB, and planes, to the 4:2:2 sequence Y0 Cb Y1 Cr in video range.
 #include "colour/blocks.h"
 #include "colour/video_range.h"
-#include "frame/simd_interleave.h"
 #include "uvek/colour.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -12,16 +11,12 @@ constexpr Vek32s kPairOffset = (1 << 16) - (128 << 17);
 
 void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
-    const V lumaOffset = SplatPair16((16 << 8) + 128, 16 << 8);
     for (; blocks > 0; --blocks, src += 48, dst += 32) {
-        V r = LoadU(src), g = LoadU(src + 16), b = LoadU(src + 32);
-        Deinterleave3x8(r, g, b);
-        const V luma = LumaBytes(r, g, b, lumaOffset);
-        // Halved weights take 16 bits off the sum of two; the half, 32768 / 65536, wants two places of 16384 each.
-        const V rr = SumPairs8u(r), gg = SumPairs8u(g), bb = SumPairs8u(b), two = Splat16(2);
-        const V rgLow = UnpackLow16(rr, gg), rgHigh = UnpackHigh16(rr, gg), bLow = UnpackLow16(bb, two), bHigh = UnpackHigh16(bb, two);
-        const V cb = Pack32sTo16s(ChromaOf4<16>(rgLow, bLow, kHalfCb, 16384), ChromaOf4<16>(rgHigh, bHigh, kHalfCb, 16384));
-        const V cr = Pack32sTo16s(ChromaOf4<16>(rgLow, bLow, kHalfCr, 16384), ChromaOf4<16>(rgHigh, bHigh, kHalfCr, 16384));
+        const Pixels16<3> pixels = LoadPixels<3>(src);
+        const V luma = LumaBytes(pixels, kLumaWordOffsetNearest, kLumaWordOffset);
+        // Halved weights leave 16 bits to take off the sum of two; the half is 2 times 16384.
+        const PairSums sums = SumPairs(pixels);
+        const V cb = ChromaWords<16>(sums, kHalfCb, 2, 14), cr = ChromaWords<16>(sums, kHalfCr, 2, 14);
         const V chroma = Xor(Pack16sTo8s(UnpackLow16(cb, cr), UnpackHigh16(cb, cr)), Splat8(128));
         StoreU(dst, UnpackLow8(luma, chroma));
         StoreU(dst + 16, UnpackHigh8(luma, chroma));

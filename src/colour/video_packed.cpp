@@ -1,7 +1,6 @@
 // Packed RGB to packed YCbCr in video range and back.
 #include "colour/blocks.h"
 #include "colour/video_range.h"
-#include "frame/simd_interleave.h"
 #include "uvek/colour.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -35,11 +34,9 @@ inline V Chroma(const Words& low, const Words& high, const HalfWeights& k)
 void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
     for (; blocks > 0; --blocks, src += 48, dst += 48) {
-        V r = LoadU(src), g = LoadU(src + 16), b = LoadU(src + 32);
-        Deinterleave3x8(r, g, b);
-        const V rg = UnpackLow8(r, g), rgAbove = UnpackHigh8(r, g);
-        const Words low = {WidenLow8u(rg), WidenHigh8u(rg), ShiftLeft16<5>(WidenLow8u(b))};
-        const Words high = {WidenLow8u(rgAbove), WidenHigh8u(rgAbove), ShiftLeft16<5>(WidenHigh8u(b))};
+        const Pixels16<3> pixels = LoadPixels<3>(src);
+        const Words low = {RedGreenPairs<0>(pixels), RedGreenPairs<1>(pixels), ShiftRight16u<3>(BlueWords<0>(pixels))};
+        const Words high = {RedGreenPairs<2>(pixels), RedGreenPairs<3>(pixels), ShiftRight16u<3>(BlueWords<1>(pixels))};
         V y = Luma(low, high), cb = Chroma(low, high, kHalfCb), cr = Chroma(low, high, kHalfCr);
         Interleave3x8(y, cb, cr);
         StoreU(dst, y);

@@ -3,7 +3,7 @@
 #ifndef UVEK_COLOUR_VIDEO_RANGE_H
 #define UVEK_COLOUR_VIDEO_RANGE_H
 
-#include "frame/simd.h"
+#include "colour/groups.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
@@ -38,34 +38,52 @@ struct HalfWeights {
 
 constexpr HalfWeights kHalfY = {8421, 16515, 3211}, kHalfCb = {-4850, -9535, 14385}, kHalfCr = {14385, -12059, -2327};
 
-// Luma of eight pixels in words, from samples in the upper halves of words; `offset` has 8 fraction bits.
-inline V LumaWords(V r, V g, V b, V offset)
+// At 65536 / 306 to the unit the three weights come so near to whole numbers that bytes hold them: 55, 108 and 21 are
+// off by less than a tenth of a unit in all. A high product of 306 then takes the scale off.
+constexpr int kLumaUnit = 306;
+constexpr int kLumaRed = 55, kLumaGreen = 108, kLumaBlue = 21;
+constexpr int kLumaWordOffset = 16 * 65536 / kLumaUnit;         // 16
+constexpr int kLumaWordOffsetNearest = 33 * 32768 / kLumaUnit;  // 16.5
+
+inline V LumaWords(V sum, V offset) { return MulHigh16u(Add16(sum, offset), Splat16(kLumaUnit)); }
+
+// R G pairs and B G pairs of a group's four pixels, weighted: green takes part in both, for its weight.
+template <int group>
+inline V LumaPairs(V v)
 {
-    const V sum = Add16(Add16(MulHigh16u(r, Splat16(16843)), MulHigh16u(g, Splat16(33030))), MulHigh16u(b, Splat16(6423)));
-    return ShiftRight16u<8>(Add16(sum, offset));
+    constexpr int r = kSkip<3, group>, g = r + 1, b = r + 2;
+    const V pairs = Shuffle8(v, Lanes8(r, g, r + 3, g + 3, r + 6, g + 6, r + 9, g + 9, b, g, b + 3, g + 3, b + 6, g + 6, b + 9, g + 9));
+    constexpr int rg = kLumaGreen / 2 << 8 | kLumaRed, bg = kLumaGreen / 2 << 8 | kLumaBlue;
+    return MulAdd8us(pairs, Lanes16(rg, rg, rg, rg, bg, bg, bg, bg));
 }
 
-inline V LumaBytes(V r, V g, V b, V offset)
+inline V LumaSum(V r, V g, V b)
 {
-    const V zero = Zero();
-    return Pack16sTo8u(LumaWords(UnpackLow8(zero, r), UnpackLow8(zero, g), UnpackLow8(zero, b), offset),
-                       LumaWords(UnpackHigh8(zero, r), UnpackHigh8(zero, g), UnpackHigh8(zero, b), offset));
+    return Add16(Add16(MulLow16(r, Splat16(kLumaRed)), MulLow16(g, Splat16(kLumaGreen))), MulLow16(b, Splat16(kLumaBlue)));
 }
 
-// Chroma of sums of 2^n pixels, in words, less 128: `round` and `shift` have n bits more than for one pixel. The
-// pairs are r g and b 1.
+// Luma of 16 pixels; the offsets are of pixels 0, 2, .. and 1, 3, ...
+inline V LumaBytes(const Pixels16<3>& pixels, int even, int odd)
+{
+    const V* const v = pixels.v;
+    const V offset = SplatPair16(even, odd);
+    if constexpr (kHasByteShuffle) {
+        const V a = LumaPairs<0>(v[0]), b = LumaPairs<1>(v[1]), c = LumaPairs<2>(v[2]), d = LumaPairs<3>(v[3]);
+        return Pack16sTo8u(LumaWords(Add16(UnpackLow64(a, b), UnpackHigh64(a, b)), offset), LumaWords(Add16(UnpackLow64(c, d), UnpackHigh64(c, d)), offset));
+    } else {
+        return Pack16sTo8u(LumaWords(LumaSum(WidenLow8u(v[0]), WidenLow8u(v[1]), WidenLow8u(v[2])), offset),
+                           LumaWords(LumaSum(WidenHigh8u(v[0]), WidenHigh8u(v[1]), WidenHigh8u(v[2])), offset));
+    }
+}
+
+// Chroma, less 128, of eight sums of pixels, in words. What rounds is unit * (1 << unitBits), as the pair's second
+// word times its weight.
 template <int shift>
-inline V ChromaOf4(V rg, V b1, const HalfWeights& w, int round)
+inline V ChromaWords(const PairSums& sums, const HalfWeights& w, int unit, int unitBits)
 {
-    return ShiftRight32s<shift>(Add32(MulAdd16(rg, SplatPair16(w.r, w.g)), MulAdd16(b1, SplatPair16(w.b, round))));
-}
-
-template <int shift>
-inline V ChromaWords(V r, V g, V b, const HalfWeights& w, int round)
-{
-    const V one = Splat16(1);
-    return Pack32sTo16s(ChromaOf4<shift>(UnpackLow16(r, g), UnpackLow16(b, one), w, round),
-                        ChromaOf4<shift>(UnpackHigh16(r, g), UnpackHigh16(b, one), w, round));
+    const V rg = SplatPair16(w.r, w.g), b1 = SplatPair16(w.b, 1 << unitBits), one = Splat32(unit << 16);
+    return Pack32sTo16s(ShiftRight32s<shift>(Add32(MulAdd16(sums.rg(0), rg), MulAdd16(Or(sums.b(0), one), b1))),
+                        ShiftRight32s<shift>(Add32(MulAdd16(sums.rg(1), rg), MulAdd16(Or(sums.b(1), one), b1))));
 }
 
 // ---- Inverse ----
