@@ -332,11 +332,11 @@ TEST_P(JpegProgressiveTest, CorruptDataGivesWhatTier0GivesAndNothingOutside)
             Vek16s block[64];
             RandomBlock(random, block);
             for (Vek16s& c : block)
-                c = (Vek16s)(std::max<int>(c, -2047) / 16 * (n % 3));
+                c = (Vek16s)(n % 3 == 0 ? 0 : kind ? c % 3 : c / 20);
             ASSERT_EQ(StatusOk, kind ? e.Refine(block) : e.First(block));
         }
         good[kind] = e.written();
-        ASSERT_GT(good[kind].size(), 100u);
+        ASSERT_GT(good[kind].size(), 50u);
     }
     const GuardedVector<Vek16s> block(64);
     for (int i = 0; i < 10000; ++i) {
