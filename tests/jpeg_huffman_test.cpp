@@ -1,12 +1,7 @@
-#include "support/jpeg_file.h"
+#include "support/huffman_cases.h"
 
 #include <gmock/gmock.h>
 
-#include <cstring>
-#include <string>
-
-#include "support/guarded.h"
-#include "support/random.h"
 #include "support/tiers.h"
 #ifdef UVEK_HAVE_LIBJPEG
 #include "support/libjpeg_peer.h"
@@ -16,35 +11,6 @@ namespace uvek::test {
 namespace {
 
 class JpegHuffmanTest : public TierTest {};
-
-// The luminance tables of ISO/IEC 10918-1 Annex K.3, for cases worked by hand.
-HuffmanLists StandardDc()
-{
-    return {{0, 1, 5, 1, 1, 1, 1, 1, 1}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
-}
-
-HuffmanLists StandardAc()
-{
-    return {{0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
-            {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61, 0x07, 0x22, 0x71, 0x14, 0x32,
-             0x81, 0x91, 0xa1, 0x08, 0x23, 0x42, 0xb1, 0xc1, 0x15, 0x52, 0xd1, 0xf0, 0x24, 0x33, 0x62, 0x72, 0x82, 0x09, 0x0a, 0x16,
-             0x17, 0x18, 0x19, 0x1a, 0x25, 0x26, 0x27, 0x28, 0x29, 0x2a, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0x3a, 0x43, 0x44, 0x45,
-             0x46, 0x47, 0x48, 0x49, 0x4a, 0x53, 0x54, 0x55, 0x56, 0x57, 0x58, 0x59, 0x5a, 0x63, 0x64, 0x65, 0x66, 0x67, 0x68, 0x69,
-             0x6a, 0x73, 0x74, 0x75, 0x76, 0x77, 0x78, 0x79, 0x7a, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89, 0x8a, 0x92, 0x93, 0x94,
-             0x95, 0x96, 0x97, 0x98, 0x99, 0x9a, 0xa2, 0xa3, 0xa4, 0xa5, 0xa6, 0xa7, 0xa8, 0xa9, 0xaa, 0xb2, 0xb3, 0xb4, 0xb5, 0xb6,
-             0xb7, 0xb8, 0xb9, 0xba, 0xc2, 0xc3, 0xc4, 0xc5, 0xc6, 0xc7, 0xc8, 0xc9, 0xca, 0xd2, 0xd3, 0xd4, 0xd5, 0xd6, 0xd7, 0xd8,
-             0xd9, 0xda, 0xe1, 0xe2, 0xe3, 0xe4, 0xe5, 0xe6, 0xe7, 0xe8, 0xe9, 0xea, 0xf1, 0xf2, 0xf3, 0xf4, 0xf5, 0xf6, 0xf7, 0xf8,
-             0xf9, 0xfa}};
-}
-
-// One code for each of `symbols`, all of `length` bits.
-HuffmanLists CodesOfLength(int length, std::vector<Vek8u> symbols)
-{
-    HuffmanLists lists;
-    lists.bits[length - 1] = (Vek8u)symbols.size();
-    std::copy(symbols.begin(), symbols.end(), lists.vals);
-    return lists;
-}
 
 struct Decoder {
     explicit Decoder(const HuffmanLists& dcLists = StandardDc(), const HuffmanLists& acLists = StandardAc())
@@ -94,27 +60,6 @@ struct Encoder {
     Vek32s position = 0;
     Vek16s lastDc = 0;
 };
-
-GuardedBytes Guarded(const Bytes& bytes)
-{
-    GuardedBytes guarded(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), guarded.data());
-    return guarded;
-}
-
-// Bytes from digits, blanks aside, padded with zeros; 0xff is not stuffed.
-Bytes Bits(const std::string& digits)
-{
-    Bytes bytes;
-    int count = 0;
-    for (const char digit : digits)
-        if (digit != ' ') {
-            if (count % 8 == 0)
-                bytes.push_back(0);
-            bytes.back() |= (uint8_t)((digit - '0') << (7 - count++ % 8));
-        }
-    return bytes;
-}
 
 TEST_P(JpegHuffmanTest, RecordsHaveTheirSizesAndStartClear)
 {
@@ -359,22 +304,6 @@ TEST_P(JpegHuffmanTest, WriterKeepsItsBitsWhenTheBufferIsFull)
     block[0] = 32767;
     EXPECT_EQ(StatusBadHuffmanTable, rich.Block(room, block));
     EXPECT_EQ(32767, rich.lastDc);
-}
-
-// What a call leaves behind, to be compared between tiers.
-struct Trace {
-    std::vector<Vek32s> numbers;
-    Bytes bytes;
-    friend bool operator==(const Trace& a, const Trace& b) { return a.numbers == b.numbers && a.bytes == b.bytes; }
-};
-
-void RandomBlock(std::mt19937& random, Vek16s (&block)[64])
-{
-    const unsigned density = random() % 65, size = 1 + random() % 11;
-    for (Vek16s& c : block)
-        c = random() % 64 < density ? (Vek16s)((int)(random() % (2u << size)) - (1 << size)) : (Vek16s)0;
-    if (random() % 500 == 0)
-        block[random() % 64] = -32768;
 }
 
 TEST_P(JpegHuffmanTest, EncoderEqualsTier0WhereverTheBufferEnds)

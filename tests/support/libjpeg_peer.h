@@ -19,6 +19,7 @@ struct PeerOptions {
     int restart = 0;                 // MCUs
     bool optimize = false, interleave = true, progressive = false;
     double detail = 20;              // amplitude of the noise
+    std::vector<jpeg_scan_info> script;
 };
 
 // A picture of waves and noise as a file of libjpeg.
@@ -49,6 +50,10 @@ inline Bytes CompressWithLibjpeg(const PeerOptions& o)
             apart[i] = {1, {i}, 0, 63, 0, 0};
         c.scan_info = apart;
         c.num_scans = o.channels;
+    }
+    if (!o.script.empty()) {
+        c.scan_info = o.script.data();
+        c.num_scans = (int)o.script.size();
     }
     jpeg_start_compress(&c, TRUE);
     Bytes row((size_t)o.width * o.channels);
