@@ -2,7 +2,7 @@
 #include <numeric>
 #include <vector>
 
-#include "support/random.h"
+#include "support/moves.h"
 #include "support/tiers.h"
 #include "uvek/image.h"
 
@@ -14,80 +14,47 @@ protected:
     std::mt19937 random_{Seed()};
 };
 
-using Moves = std::vector<std::pair<int, int>>;  // source channel, destination channel
-
-// The destination of a shape is aligned, padded and turned otherwise than the source.
-Shape OtherThan(Shape shape)
-{
-    shape.padding = shape.padding == 0 ? 0 : (shape.padding * 5 + 3) % 11;
-    shape.upward = !shape.upward && shape.width % 8 == 1;
-    shape.offset = (shape.offset * 7 + shape.width) % 16;
-    return shape;
-}
-
 // Large enough for the streaming limits; packed, and in rows that share no alignment.
 const Shape kLarge = {1027, 700}, kLargePadded = {1027, 700, 5, false, Flush::End, 5};
-
-template <typename T, int from, int to, typename Call>
-void ExpectMovesOn(const Shape& shape, std::mt19937& random, const Moves& moves, Call call)
-{
-    const auto src = Noise<T, from>(shape, random);
-    auto dst = Noise<T, to>(OtherThan(shape), random);
-    auto expected = dst;
-    for (Vek32s y = 0; y < shape.height; ++y)
-        for (Vek32s x = 0; x < shape.width; ++x)
-            for (const auto& [s, d] : moves)
-                expected.set(x, y, d, src.at(x, y, s));
-    // One channel alone is chosen by the pointer.
-    const int s = moves.size() == 1 ? moves[0].first : 0, d = moves.size() == 1 ? moves[0].second : 0;
-    ASSERT_EQ(StatusOk, call(src.data() + s, src.step(), dst.data() + d, dst.step(), src.size()));
-    ASSERT_TRUE(expected == dst) << dst << " seed " << Seed();
-}
-
-template <typename T, int from, int to, typename Call>
-void ExpectMoves(std::mt19937& random, const Moves& moves, Call call)
-{
-    ForEachShape([&](const Shape& shape) { ExpectMovesOn<T, from, to>(shape, random, moves, call); });
-}
 
 const Moves kOne = {{0, 0}}, kThree = {{0, 0}, {1, 1}, {2, 2}}, kFour = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
 
 TEST_P(ImageCopyTest, WholePixelsArrive)
 {
-    ExpectMoves<Vek8u, 1, 1>(random_, kOne, vekiCopy_8u_C1R);
-    ExpectMoves<Vek8u, 3, 3>(random_, kThree, vekiCopy_8u_C3R);
-    ExpectMoves<Vek8u, 4, 4>(random_, kFour, vekiCopy_8u_C4R);
-    ExpectMoves<Vek16s, 1, 1>(random_, kOne, vekiCopy_16s_C1R);
-    ExpectMoves<Vek16s, 3, 3>(random_, kThree, vekiCopy_16s_C3R);
-    ExpectMoves<Vek16s, 4, 4>(random_, kFour, vekiCopy_16s_C4R);
-    ExpectMovesOn<Vek8u, 3, 3>(kLarge, random_, kThree, vekiCopy_8u_C3R);
-    ExpectMovesOn<Vek8u, 3, 3>(kLargePadded, random_, kThree, vekiCopy_8u_C3R);
-    ExpectMoves<Vek32s, 1, 1>(random_, kOne, [](const Vek32s* src, Vek32s srcStep, Vek32s* dst, Vek32s dstStep, VekImageSize size) {
+    ExpectMoves<1, 1, Vek8u>(random_, kOne, vekiCopy_8u_C1R);
+    ExpectMoves<3, 3, Vek8u>(random_, kThree, vekiCopy_8u_C3R);
+    ExpectMoves<4, 4, Vek8u>(random_, kFour, vekiCopy_8u_C4R);
+    ExpectMoves<1, 1, Vek16s>(random_, kOne, vekiCopy_16s_C1R);
+    ExpectMoves<3, 3, Vek16s>(random_, kThree, vekiCopy_16s_C3R);
+    ExpectMoves<4, 4, Vek16s>(random_, kFour, vekiCopy_16s_C4R);
+    ExpectMovesOn<3, 3, Vek8u, Vek8u>(kLarge, kLarge, random_, kThree, vekiCopy_8u_C3R);
+    ExpectMovesOn<3, 3, Vek8u, Vek8u>(kLargePadded, kLargePadded, random_, kThree, vekiCopy_8u_C3R);
+    ExpectMoves<1, 1, Vek32s>(random_, kOne, [](const Vek32s* src, Vek32s srcStep, Vek32s* dst, Vek32s dstStep, VekImageSize size) {
         return vekiCopy_32f_C1R((const Vek32f*)src, srcStep, (Vek32f*)dst, dstStep, size);  // any bits, also signalling NaNs
     });
 }
 
 TEST_P(ImageCopyTest, AlphaIsDroppedOrLeft)
 {
-    ExpectMoves<Vek8u, 4, 3>(random_, kThree, vekiCopy_8u_AC4C3R);
-    ExpectMoves<Vek16s, 4, 3>(random_, kThree, vekiCopy_16s_AC4C3R);
-    ExpectMoves<Vek8u, 3, 4>(random_, kThree, vekiCopy_8u_C3AC4R);
-    ExpectMoves<Vek16s, 3, 4>(random_, kThree, vekiCopy_16s_C3AC4R);
+    ExpectMoves<4, 3, Vek8u>(random_, kThree, vekiCopy_8u_AC4C3R);
+    ExpectMoves<4, 3, Vek16s>(random_, kThree, vekiCopy_16s_AC4C3R);
+    ExpectMoves<3, 4, Vek8u>(random_, kThree, vekiCopy_8u_C3AC4R);
+    ExpectMoves<3, 4, Vek16s>(random_, kThree, vekiCopy_16s_C3AC4R);
 }
 
 TEST_P(ImageCopyTest, OneChannelMovesAlone)
 {
     for (int c = 0; c < 4; ++c) {
         if (c < 3) {
-            ExpectMoves<Vek8u, 1, 3>(random_, {{0, c}}, vekiCopy_8u_C1C3R);
-            ExpectMoves<Vek8u, 3, 1>(random_, {{c, 0}}, vekiCopy_8u_C3C1R);
-            ExpectMoves<Vek16s, 1, 3>(random_, {{0, c}}, vekiCopy_16s_C1C3R);
-            ExpectMoves<Vek16s, 3, 1>(random_, {{c, 0}}, vekiCopy_16s_C3C1R);
+            ExpectMoves<1, 3, Vek8u>(random_, {{0, c}}, vekiCopy_8u_C1C3R);
+            ExpectMoves<3, 1, Vek8u>(random_, {{c, 0}}, vekiCopy_8u_C3C1R);
+            ExpectMoves<1, 3, Vek16s>(random_, {{0, c}}, vekiCopy_16s_C1C3R);
+            ExpectMoves<3, 1, Vek16s>(random_, {{c, 0}}, vekiCopy_16s_C3C1R);
         }
-        ExpectMoves<Vek8u, 1, 4>(random_, {{0, c}}, vekiCopy_8u_C1C4R);
-        ExpectMoves<Vek8u, 4, 1>(random_, {{c, 0}}, vekiCopy_8u_C4C1R);
-        ExpectMoves<Vek16s, 1, 4>(random_, {{0, c}}, vekiCopy_16s_C1C4R);
-        ExpectMoves<Vek16s, 4, 1>(random_, {{c, 0}}, vekiCopy_16s_C4C1R);
+        ExpectMoves<1, 4, Vek8u>(random_, {{0, c}}, vekiCopy_8u_C1C4R);
+        ExpectMoves<4, 1, Vek8u>(random_, {{c, 0}}, vekiCopy_8u_C4C1R);
+        ExpectMoves<1, 4, Vek16s>(random_, {{0, c}}, vekiCopy_16s_C1C4R);
+        ExpectMoves<4, 1, Vek16s>(random_, {{c, 0}}, vekiCopy_16s_C4C1R);
     }
 }
 
