@@ -117,24 +117,34 @@ TEST_P(ImageCopyTest, PlanesSplitAndMerge)
     ExpectSplitOn<Vek16s, 4>(kLarge, random_, vekiCopy_16s_C4P4R);
 }
 
-// From 16 MiB on bytes are streamed too.
+// Bytes are streamed from 16 MiB on, and planes only where all of them share an alignment.
+template <int channels, typename T, typename Call>
+void ExpectLargeSplit(const std::vector<Vek8u>& bytes, Call split)
+{
+    constexpr Vek32s kWidth = 2368 / sizeof(T), kHeight = 2368;
+    constexpr size_t kPixels = (size_t)kWidth * kHeight;
+    const auto* src = (const T*)bytes.data();
+    std::vector<T> planes(kPixels * channels);
+    T* pointers[channels];
+    for (int c = 0; c < channels; ++c)
+        pointers[c] = planes.data() + kPixels * (size_t)c;
+    ASSERT_EQ(StatusOk, split(src, kWidth * channels * (Vek32s)sizeof(T), pointers, kWidth * (Vek32s)sizeof(T), {kWidth, kHeight}));
+    size_t different = 0;
+    for (size_t i = 0; i < kPixels * channels; ++i)
+        different += src[i] != pointers[i % channels][i / channels];
+    EXPECT_EQ(0u, different) << channels << " channels";
+}
+
 TEST_P(ImageCopyTest, LargePlanesArriveWhole)
 {
-    constexpr Vek32s kWidth = 2371, kHeight = 2371;
-    constexpr size_t kPixels = (size_t)kWidth * kHeight;
-    std::vector<Vek8u> src(kPixels * 4), planes(kPixels * 4);
+    std::vector<Vek8u> src((size_t)2368 * 2368 * 4);
     Vek32u next = 1;
     for (auto& x : src)
         x = (Vek8u)((next = next * 1664525u + 1013904223u) >> 24);
-    for (const size_t channels : {3, 4}) {
-        Vek8u* const pointers[4] = {planes.data(), planes.data() + kPixels, planes.data() + 2 * kPixels, planes.data() + 3 * kPixels};
-        const auto split = channels == 3 ? vekiCopy_8u_C3P3R : vekiCopy_8u_C4P4R;
-        ASSERT_EQ(StatusOk, split(src.data(), kWidth * (Vek32s)channels, pointers, kWidth, {kWidth, kHeight}));
-        size_t different = 0;
-        for (size_t i = 0; i < kPixels * channels; ++i)
-            different += src[i] != pointers[i % channels][i / channels];
-        EXPECT_EQ(0u, different) << channels << " channels";
-    }
+    ExpectLargeSplit<3, Vek8u>(src, vekiCopy_8u_C3P3R);
+    ExpectLargeSplit<4, Vek8u>(src, vekiCopy_8u_C4P4R);
+    ExpectLargeSplit<3, Vek16s>(src, vekiCopy_16s_C3P3R);
+    ExpectLargeSplit<4, Vek16s>(src, vekiCopy_16s_C4P4R);
 }
 
 TEST_P(ImageCopyTest, MaskPicksPixels)
