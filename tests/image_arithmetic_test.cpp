@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "support/random.h"
+#include "support/moves.h"
 #include "support/tiers.h"
 #include "uvek/image.h"
 
@@ -71,34 +71,17 @@ TEST_P(ImageArithmeticTest, NarrowingSaturates)
     });
 }
 
-template <typename T, int channels, typename Call>
-void ExpectWidened(const Shape& shape, std::mt19937& random, Call widen)
-{
-    const auto src = Noise<Vek8u, channels>(shape, random);
-    Shape other = shape;
-    other.padding *= 2;  // packed on both sides or on neither
-    GuardedImage<T, channels> dst(other), expected(other);
-    for (Vek32s y = 0; y < shape.height; ++y)
-        for (Vek32s x = 0; x < shape.width; ++x)
-            for (int c = 0; c < channels; ++c)
-                expected.set(x, y, c, src.at(x, y, c));
-    ASSERT_EQ(StatusOk, widen(src.data(), src.step(), dst.data(), dst.step(), src.size()));
-    ASSERT_TRUE(expected == dst) << dst;
-}
-
 TEST_P(ImageArithmeticTest, WideningKeepsEveryValue)
 {
-    const auto visit = [&](Shape shape) {
-        shape.upward = false;
-        ExpectWidened<Vek16s, 1>(shape, random_, vekiConvert_8u16s_C1R);
-        ExpectWidened<Vek16u, 1>(shape, random_, vekiConvert_8u16u_C1R);
-        ExpectWidened<Vek16u, 3>(shape, random_, vekiConvert_8u16u_C3R);
-        ExpectWidened<Vek16u, 4>(shape, random_, vekiConvert_8u16u_C4R);
-    };
-    ForEachShape(visit);
-    visit({1399, 1000});                             // packed: every form streams
-    visit({1181, 800, 3, false, Flush::End, 1});     // odd addresses never do
-    visit({1181, 800, 2, false, Flush::End, 6});     // rows apart: C3 and C4 stream
+    const Moves one = {{0, 0}}, three = {{0, 0}, {1, 1}, {2, 2}}, four = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
+    ExpectMoves<1, 1, Vek8u, Vek16s>(random_, one, vekiConvert_8u16s_C1R, Steps::Positive);
+    ExpectMoves<1, 1, Vek8u, Vek16u>(random_, one, vekiConvert_8u16u_C1R, Steps::Positive);
+    ExpectMoves<3, 3, Vek8u, Vek16u>(random_, three, vekiConvert_8u16u_C3R, Steps::Positive);
+    ExpectMoves<4, 4, Vek8u, Vek16u>(random_, four, vekiConvert_8u16u_C4R, Steps::Positive);
+    const Shape packed = {1399, 1000}, apart = {1181, 800, 2, false, Flush::End, 6}, odd = {1181, 800, 3, false, Flush::End, 1};
+    ExpectMovesOn<1, 1, Vek8u, Vek16s>(packed, packed, random_, one, vekiConvert_8u16s_C1R);
+    for (const Shape& shape : {apart, odd})  // an odd address has no boundary to stream from
+        ExpectMovesOn<3, 3, Vek8u, Vek16u>(shape, shape, random_, three, vekiConvert_8u16u_C3R);
 }
 
 // The product by a power of two, modulo 65536; 0 from 16 on.

@@ -25,12 +25,16 @@ VekStatus CopyVector(const T* pSrc, T* pDst, Vek32s len)
     return StatusOk;
 }
 
-// From sample `from` on.
+// From sample `from` on; in short runs, so that many channels find their samples still in the cache.
 void DeinterleaveSamples(const Vek16s* src, Vek32s channels, int64_t from, Vek32s len, Vek16s* const* dst)
 {
-    for (Vek32s k = 0; k < channels; ++k)
-        for (int64_t i = from; i < len; ++i)
-            Put(dst[k] + i, Get(src + i * channels + k));
+    constexpr int64_t kRun = 128;
+    for (; from < len; from += kRun) {
+        const int64_t end = Min(from + kRun, (int64_t)len);
+        for (Vek32s k = 0; k < channels; ++k)
+            for (int64_t i = from; i < end; ++i)
+                Put(dst[k] + i, Get(src + i * channels + k));
+    }
 }
 
 // The samples done, a multiple of 8.
