@@ -13,6 +13,7 @@ constexpr int kColumnShift = kWeightBits + kLineBits;
 struct Columns {
     const Vek32s* index;
     const Vek16u* pair;     // two weights a column
+    const Vek16s* negated;  // -2 times the second weight, where bytes are shuffled
     Vek32s count;
     bool blocks;
     Vek32s safe;            // columns that may read 8 bytes
@@ -21,16 +22,19 @@ struct Columns {
     const Window* windows;
 };
 
+// Without byte shuffles: pairs of words and their two weights.
 V RowOfPairs(V taps, V weights)
 {
     return ShiftRight32u<kRowShift>(Add32(MulAdd16(taps, weights), Splat32(1 << (kRowShift - 1))));
 }
 
-// Eight columns of one sample: taps are a0 b0 a1 b1 ..
-void StoreColumns8(V taps, const Vek16u* pair, Vek16u* line)
+// Eight samples, the bytes a0 b0 a1 b1 .. of their taps. With d = b - a,
+// (16384 - w) a + w b + 128 over 256 is 64 a + (w d + 128) / 256, and the second term is the rounded product
+// of -2 w and -64 d. Both factors are negated because -2 w fits 16 bits and 2 w does not.
+V RowOfBytes(V taps, V negated)
 {
-    const V low = RowOfPairs(WidenLow8u(taps), LoadU(pair)), high = RowOfPairs(WidenHigh8u(taps), LoadU(pair + 8));
-    StoreU(line, Pack32sTo16s(low, high));
+    const V base = MulAdd8us(taps, Splat16(1 << kLineBits)), slope = MulAdd8us(taps, Splat16((1 << kLineBits) | -(1 << kLineBits) * 256));
+    return Add16(base, MulRound16s(slope, negated));
 }
 
 Vek32s RowBlocksC1(const Vek8u* src, const Columns& columns, Vek16u* line)
@@ -38,7 +42,7 @@ Vek32s RowBlocksC1(const Vek8u* src, const Columns& columns, Vek16u* line)
     Vek32s k = 0;
     if (columns.windowBlocks > 0) {
         for (Vek32s b = 0; b < columns.windowBlocks; ++b, k += 8)
-            StoreColumns8(Shuffle8(LoadU(src + columns.offset[b]), LoadU(columns.windows + b)), columns.pair + 2 * k, line + k);
+            StoreU(line + k, RowOfBytes(Shuffle8(LoadU(src + columns.offset[b]), LoadU(columns.windows + b)), LoadU(columns.negated + k)));
         return k;
     }
     for (; columns.count - k >= 8; k += 8) {
@@ -52,21 +56,32 @@ Vek32s RowBlocksC1(const Vek8u* src, const Columns& columns, Vek16u* line)
         v = Insert16<5>(v, taps(5));
         v = Insert16<6>(v, taps(6));
         v = Insert16<7>(v, taps(7));
-        StoreColumns8(v, columns.pair + 2 * k, line + k);
+        if constexpr (kHasByteShuffle) {
+            StoreU(line + k, RowOfBytes(v, LoadU(columns.negated + k)));
+        } else {
+            const Vek16u* const pair = columns.pair + 2 * (int64_t)k;
+            StoreU(line + k, Pack32sTo16s(RowOfPairs(WidenLow8u(v), LoadU(pair)), RowOfPairs(WidenHigh8u(v), LoadU(pair + 8))));
+        }
     }
     return k;
 }
 
-// The samples of a pixel and of its right neighbour, as pairs of words.
+// Two pixels with their right neighbours, eight bytes each.
 template <int channels>
-V PixelTaps(const Vek8u* src)
+V RowOfTwoPixels(const Vek8u* first, const Vek8u* second, const Columns& columns, Vek32s k)
 {
-    const V v = Load64(src);
     if constexpr (kHasByteShuffle) {
-        constexpr int n = channels, none = 0x80;
-        return Shuffle8(v, Lanes8(0, none, n, none, 1, none, n + 1, none, 2, none, n + 2, none, 3, none, n == 3 ? 3 : 7, none));
+        constexpr int n = channels, x = channels == 3 ? 3 : 7;
+        const V taps = Shuffle8(LoadHigh64(Load64(first), second),
+                                Lanes8(0, n, 1, n + 1, 2, n + 2, 3, x, 8, n + 8, 9, n + 9, 10, n + 10, 11, x + 8));
+        return RowOfBytes(taps, Shuffle8(Load32(columns.negated + k), Lanes8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3)));
     } else {
-        return WidenLow8u(UnpackLow8(v, BytesDown<channels>(v)));
+        const auto taps = [](const Vek8u* p) {
+            const V v = Load64(p);
+            return WidenLow8u(UnpackLow8(v, BytesDown<channels>(v)));
+        };
+        const V weights = Load64(columns.pair + 2 * (int64_t)k);
+        return Pack32sTo16s(RowOfPairs(taps(first), Permute32<0, 0, 0, 0>(weights)), RowOfPairs(taps(second), Permute32<1, 1, 1, 1>(weights)));
     }
 }
 
@@ -75,10 +90,7 @@ Vek32s RowBlocksPixels(const Vek8u* src, const Columns& columns, Vek16u* line)
 {
     Vek32s k = 0;
     for (; columns.safe - k >= 2; k += 2) {
-        const V weights = Load64(columns.pair + 2 * k);
-        const V a = RowOfPairs(PixelTaps<channels>(src + columns.index[k]), Permute32<0, 0, 0, 0>(weights));
-        const V b = RowOfPairs(PixelTaps<channels>(src + columns.index[k + 1]), Permute32<1, 1, 1, 1>(weights));
-        const V v = Pack32sTo16s(a, b);
+        const V v = RowOfTwoPixels<channels>(src + columns.index[k], src + columns.index[k + 1], columns, k);
         Vek16u* const to = line + (int64_t)k * channels;
         if constexpr (channels == 4) {
             StoreU(to, v);
@@ -116,21 +128,23 @@ VekStatus LinearBytes(const ResizeJob& job)
     const Vek32s windowBlocks = kHasByteShuffle && channels == 1 ? width / 8 : 0;
     const Block<Vek32s> yIndex(height), xIndex(width), offset(windowBlocks + 1);
     const Block<Vek16u> yWeight(height), xWeight(width), pair(2 * (int64_t)width), lines(2 * lineLength);
+    const Block<Vek16s> negated(width);
     const Block<Window> windows(windowBlocks + 1);
-    if (!yIndex || !xIndex || !offset || !yWeight || !xWeight || !pair || !lines || !windows)
+    if (!yIndex || !xIndex || !offset || !yWeight || !xWeight || !pair || !negated || !lines || !windows)
         return StatusNoMemory;
 
     const bool goodY = LinearTable(job.y, 1, yIndex, yWeight), goodX = LinearTable(job.x, channels, xIndex, xWeight);
     for (Vek32s k = 0; k < width; ++k) {
         pair[2 * (int64_t)k] = (Vek16u)(kWholeWeight - xWeight[k]);
         pair[2 * (int64_t)k + 1] = xWeight[k];
+        negated[k] = (Vek16s)(-2 * xWeight[k]);
     }
     const int64_t first = -(int64_t)job.x.origin * channels, limit = ((int64_t)job.x.last() + 1) * channels;
     const Vek32s* const index = xIndex;
     const bool windowed = windowBlocks > 0 && goodX && BuildWindows<1>(windowBlocks, first, limit, [=](Vek32s b, int j) {
         return (int64_t)index[8 * b + j / 2] + j % 2;
     }, offset, windows);
-    const Columns columns = {xIndex, pair, width, goodX, SafeColumns(xIndex, width, 8, limit), windowed ? windowBlocks : 0, offset, windows};
+    const Columns columns = {xIndex, pair, negated, width, goodX, SafeColumns(xIndex, width, 8, limit), windowed ? windowBlocks : 0, offset, windows};
 
     RowCache<2, Vek16u> rows(lines, lineLength);
     const auto resample = [&](Vek32s row, Vek16u* line) { ResampleRow<channels>(Row(job.src, job.srcStep, row), columns, line); };
@@ -211,11 +225,12 @@ void BlendRows(const Vek16u* top, const Vek16u* bottom, Vek32s weight, bool bloc
     constexpr Vek32s kRound = 1 << (kColumnShift - 1);
     Vek32s i = 0;
     if (kBlocks && blocks) {
-        const V weights = Splat32((kWholeWeight - weight) | weight << 16);
-        const auto blend = [&](V pairs) { return ShiftRight32u<kColumnShift>(Add32(MulAdd16(pairs, weights), Splat32(kRound))); };
+        // The sum's first term and the rounding are multiples of 1 << 14: what is left to divide by that is
+        // w (b - t), rounded down. Again -2 w fits 16 bits.
+        const V negated = Splat16(-2 * weight), round = Splat16(kRound >> kWeightBits);
         const auto blend8 = [&](Vek32s at) {
-            const V t = LoadU(top + at), b = LoadU(bottom + at);
-            return Pack32sTo16s(blend(UnpackLow16(t, b)), blend(UnpackHigh16(t, b)));
+            const V t = LoadU(top + at), d = Sub16(t, LoadU(bottom + at));
+            return ShiftRight16u<kLineBits>(Add16(Add16(t, round), MulHigh16s(Add16(d, d), negated)));
         };
         for (; count - i >= 16; i += 16)
             StoreU(dst + i, Pack16sTo8u(blend8(i), blend8(i + 8)));

@@ -4,24 +4,27 @@
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
+// safe: columns that may read and write four bytes.
 template <int pixelBytes>
-void CopyPixel(Vek8u* dst, const Vek8u* src)
+void SelectPixels(const Vek8u* src, const Vek32s* index, Vek8u* dst, Vek32s k, Vek32s safe, Vek32s columns)
 {
-    for (int c = 0; c < pixelBytes; ++c)
-        dst[c] = src[c];
-}
-
-template <>
-inline void CopyPixel<4>(Vek8u* dst, const Vek8u* src)
-{
-    memcpy(dst, src, 4);
-}
-
-template <int pixelBytes>
-void SelectPixels(const Vek8u* src, const Vek32s* index, Vek8u* dst, Vek32s from, Vek32s columns)
-{
-    for (Vek32s k = from; k < columns; ++k)
-        CopyPixel<pixelBytes>(dst + (int64_t)k * pixelBytes, src + index[k]);
+    if (kBlocks && pixelBytes > 1)
+        for (; safe - k >= 4; k += 4) {  // at three bytes the fourth is overwritten by the next pixel
+            Vek8u* const to = dst + (int64_t)k * pixelBytes;
+            const Vek32u a = Get((const Vek32u*)(src + index[k])), b = Get((const Vek32u*)(src + index[k + 1]));
+            const Vek32u c = Get((const Vek32u*)(src + index[k + 2])), d = Get((const Vek32u*)(src + index[k + 3]));
+            Put((Vek32u*)to, a);
+            Put((Vek32u*)(to + pixelBytes), b);
+            Put((Vek32u*)(to + 2 * pixelBytes), c);
+            Put((Vek32u*)(to + 3 * pixelBytes), d);
+        }
+    if (kBlocks && pixelBytes == 1)
+        for (; columns - k >= 4; k += 4) {
+            const Vek32u ab = src[index[k]] | (Vek32u)src[index[k + 1]] << 8, cd = src[index[k + 2]] | (Vek32u)src[index[k + 3]] << 8;
+            Put((Vek32u*)(dst + k), ab | cd << 16);
+        }
+    for (; k < columns; ++k)
+        memcpy(dst + (int64_t)k * pixelBytes, src + index[k], pixelBytes);
 }
 
 // 16 destination bytes come from one run of 16 source bytes, or from two.
@@ -38,9 +41,8 @@ bool BuildPairs(Vek32s blocks, int64_t first, int64_t limit, const Vek32s* index
             const int64_t byte = (int64_t)b * 16 + j;
             return (int64_t)index[byte / pixelBytes] + byte % pixelBytes;
         };
-        // Sources ascend from pixel to pixel, so the last byte of the block's last pixel is the highest.
-        int64_t low = source(0), high = source(15);
-        for (int j = 0; j < 16; ++j) {
+        int64_t low = source(0), high = low;
+        for (int j = 1; j < 16; ++j) {
             low = Min(low, source(j));
             high = Max(high, source(j));
         }
@@ -96,8 +98,11 @@ VekStatus Nearest(const ResizeJob& job)
         const int64_t byte = (int64_t)b * 16 + j;
         return (int64_t)index[byte / pixelBytes] + byte % pixelBytes;
     };
+    // The last column's fourth byte would be outside of the row on either side.
+    const Vek32s safe = Min(columns - 1, SafeColumns(index, columns, 4, limit));
     const bool singles = blocks > 0 && BuildWindows<1>(blocks, first, limit, source, offset, windows);
-    const bool pairs = blocks > 0 && !singles && BuildPairs(blocks, first, limit, index, pixelBytes, selection);
+    // Two runs for four pixels of four bytes would be no gain on four copies.
+    const bool pairs = blocks > 0 && !singles && pixelBytes < 4 && BuildPairs(blocks, first, limit, index, pixelBytes, selection);
     // The first pixel that is not whole inside the blocks.
     const Vek32s tail = singles || pairs ? (Vek32s)((int64_t)blocks * 16 / pixelBytes) : 0;
 
@@ -112,7 +117,7 @@ VekStatus Nearest(const ResizeJob& job)
             SelectSingles(src, selection, dst);
         else if (pairs)
             SelectPairs(src, selection, dst);
-        SelectPixels<pixelBytes>(src, xIndex, dst, tail, columns);
+        SelectPixels<pixelBytes>(src, xIndex, dst, tail, safe, columns);
     }
     return StatusOk;
 }
