@@ -6,6 +6,82 @@
 
 UVEK_BEGIN
 
+/* ---- Resize ---- */
+
+/* Resample the region srcRoi of an image into a destination region. Common to all:
+   pSrc: the image's origin, srcSize its pixels; srcStep, dstStep: bytes between rows, any value (a
+   negative srcStep is a bottom-up image). srcRoi: measured from the origin and clipped to the image;
+   pixels of the image outside of it may be read as interpolation taps. pDst: first destination pixel;
+   dstRoiSize: the pixels wanted. xFactor, yFactor: destination length divided by source length. The
+   region's scaled length, region * factor rounded down, limits what is written: pixels of dstRoiSize
+   beyond it keep their bytes, and a smaller dstRoiSize crops. Destination and source must not overlap.
+
+   interpolation: InterNearest; InterLinear; InterCubic, the cubic through four points; InterLanczos,
+   six taps of sinc(x) sinc(x/3); InterSuper, the mean over the area of a destination pixel, for
+   factors up to 1. Linear, cubic and Lanczos map the region's corner pixels onto the destination's
+   corner pixels. By the size of the whole image, silently: a side below 8 turns Lanczos to cubic,
+   below 4 cubic to linear, below 2 everything to nearest.
+
+   8-bit nearest and linear are the same in all tiers. Of the others, tiers 1 to 3 may differ from
+   tier 0 by one unit. */
+
+/* Status, in order: StatusNullPointer; StatusBadSize (srcSize below 1, srcRoi.x or .y below 0,
+   srcRoi.width or .height below 1); WarnEmptyIntersection (srcRoi starts outside of the image, nothing
+   is written); StatusBadSize (dstRoiSize below 1); StatusBadResizeFactor (a factor not above 0);
+   StatusBadInterpolation (an unknown code, or InterSuper with a factor above 1); StatusResizeTooSmall
+   (a scaled length below 0.5); StatusNoMemory; StatusOk.
+   InterSuper with an odd srcRoi.height and a positive step asks before all of this whether the row
+   behind the image can be read, and works on a copy of the image if it cannot; without memory for
+   the copy the call ends with StatusNoMemory. */
+VekStatus vekiResize_8u_C1R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                            VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+VekStatus vekiResize_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                            VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+VekStatus vekiResize_8u_C4R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                            VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+
+/* The same on floats, without the question of the row behind. Steps are bytes; what exceeds a multiple
+   of 4 is dropped. Values are neither rounded nor clamped. */
+VekStatus vekiResize_32f_C1R(const Vek32f* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek32f* pDst, Vek32s dstStep,
+                             VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+
+/* Resamples so that the source point (xCenter, yCenter), in pixels of the image, falls on the middle of
+   the destination region; destination pixels that srcRoi does not reach keep their bytes. InterSuper
+   drops the fraction of a pixel in the position.
+   Status, in order: StatusNullPointer (pDst); then from StatusBadSize to StatusBadResizeFactor as for
+   vekiResize_8u_C3R; StatusNullPointer (pSrc); StatusBadSize or WarnEmptyIntersection when the two
+   regions do not meet; the rest as there. */
+VekStatus vekiResizeCenter_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                                  VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek64f xCenter, Vek64f yCenter,
+                                  Vek32s interpolation);
+
+/* Resamples with the source distance between neighbouring destination pixels given: xFr, yFr, above 0.
+   xShift, yShift: the source position, relative to srcRoi, of the first destination pixel. Positions
+   outside of the image take the image's edge. InterSuper is not accepted.
+   Status: as for vekiResize_8u_C3R, without StatusResizeTooSmall. */
+VekStatus vekiResizeShift_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                                 VekImageSize dstRoiSize, Vek64f xFr, Vek64f yFr, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+
+/* The source distances *pxFr, *pyFr with which vekiResizeShift_8u_C3R, shifts 0, maps as
+   vekiResize_8u_C3R does with xFactor, yFactor: 1 / factor for nearest; (region - 1) / (region * factor
+   - 1) for the others, or 0 where region * factor is not above 1.
+   Status, in order: StatusBadSize (srcSize, srcRoi), WarnEmptyIntersection, StatusBadResizeFactor,
+   StatusNullPointer (pxFr, pyFr), StatusBadInterpolation (InterSuper too), StatusOk. */
+VekStatus vekiGetResizeFract(VekImageSize srcSize, VekImageRect srcRoi, Vek64f xFactor, Vek64f yFactor, Vek64f* pxFr, Vek64f* pyFr,
+                             Vek32s interpolation);
+
+/* Resizes a 4:2:2 image, four bytes Y0 U Y1 V for two pixels. Widths and x are in pixels. The region
+   starts srcRoi.x * 4 bytes into a row: callers place it by pairs of bytes, and the bytes that it reaches
+   must exist. Odd scaled widths lose a column. Interpolations: nearest, linear, cubic, super. An image
+   less than 8 wide or 4 high turns cubic to linear, less than 4 wide or 2 high turns both to nearest.
+   Status, in order: StatusNullPointer; StatusBadSize (srcSize, srcRoi); WarnEmptyIntersection;
+   StatusBadSize (dstRoiSize below 1; then srcSize.width, srcRoi.width or srcRoi.x odd, or dstRoiSize.width
+   below 2); StatusBadResizeFactor (a factor not above 0); StatusBadInterpolation; StatusResizeTooSmall (a
+   scaled width below 1.5 or height below 0.5); StatusBadResizeFactor (InterSuper with a factor above 1);
+   StatusNoMemory; StatusOk. All tiers agree within one unit, and exactly for nearest and linear. */
+VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
+                                  VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+
 UVEK_END
 
 #endif

@@ -37,6 +37,8 @@ inline void Fence() { _mm_sfence(); }
 // The low 8 or 4 bytes; the rest of the register is zero after a load.
 inline V Load64(const void* p) { return _mm_loadl_epi64((const V*)p); }
 inline void Store64(void* p, V v) { _mm_storel_epi64((V*)p, v); }
+inline V LoadHigh64(V low, const void* p) { return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), (const double*)p)); }
+inline void StoreHigh64(void* p, V v) { _mm_storeh_pd((double*)p, _mm_castsi128_pd(v)); }
 inline V Load32(const void* p) { return _mm_cvtsi32_si128(Get((const Vek32s*)p)); }
 inline void Store32(void* p, V v) { Put((Vek32s*)p, (Vek32s)_mm_cvtsi128_si32(v)); }
 
@@ -371,6 +373,14 @@ inline V Pack32sTo16u(V a, V b)
 
 inline V WidenLow8u(V v) { return _mm_unpacklo_epi8(v, Zero()); }
 inline V WidenHigh8u(V v) { return _mm_unpackhi_epi8(v, Zero()); }
+inline V WidenLow8uTo32(V v)
+{
+#if VEK_TIER >= 3
+    return _mm_cvtepu8_epi32(v);
+#else
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(v, Zero()), Zero());
+#endif
+}
 inline V WidenLow16u(V v) { return _mm_unpacklo_epi16(v, Zero()); }
 inline V WidenHigh16u(V v) { return _mm_unpackhi_epi16(v, Zero()); }
 inline V WidenLow16s(V v) { return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16); }
