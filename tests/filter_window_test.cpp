@@ -72,6 +72,31 @@ TEST_P(WindowFilterTest, MedianOfZerosAndOnes)
     }
 }
 
+TEST_P(WindowFilterTest, Median5x5OfEveryCountOfOnesInItsColumns)
+{
+    // Windows side by side; of five rows the inner four of column c hold digit c of the window's number
+    // in base 5, in any order, between two rows of noise.
+    const Vek32s windows = 3125, width = windows * 5;
+    std::mt19937 random(Seed());
+    std::vector<Vek8u> src((size_t)width * 6), dst((size_t)width * 2);
+    for (Vek32s w = 0, x = 0; w < windows; ++w)
+        for (Vek32s c = 0, digits = w; c < 5; ++c, ++x, digits /= 5) {
+            const auto turn = (Vek32s)(random() % 4);
+            for (Vek32s r = 0; r < 4; ++r)
+                src[(size_t)((1 + (r + turn) % 4) * width + x)] = r < digits % 5;
+            src[(size_t)x] = random() & 1;
+            src[(size_t)(5 * width + x)] = random() & 1;
+        }
+    ASSERT_EQ(StatusOk, vekiFilterMedian_8u_C1R(src.data(), width, dst.data(), width, {width - 4, 2}, {5, 5}, {0, 0}));
+    for (Vek32s y = 0; y < 2; ++y)
+        for (Vek32s x = 0; x < width - 4; ++x) {
+            int ones = 0;
+            for (Vek32s i = 0; i < 25; ++i)
+                ones += src[(size_t)((y + i / 5) * width + x + i % 5)];
+            ASSERT_EQ(ones > 12, dst[(size_t)(y * width + x)]) << "at " << x << ", " << y;
+        }
+}
+
 TEST_P(WindowFilterTest, MaximumOfEveryMaskShape)
 {
     for (const Mask& mask : {Mask{{1, 1}, {0, 0}}, {{3, 3}, {1, 1}}, {{1, 2}, {0, 1}}, {{2, 1}, {0, 0}}, {{15, 4}, {14, 0}}, {{16, 1}, {3, 0}},

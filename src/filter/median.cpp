@@ -30,40 +30,122 @@ void LineMedianRow(const Vek8u* src, int64_t stride, Vek8u* dst, Vek32s width)
     }
 }
 
-template <int n>
-Sorted3<Block> Shifted(const Sorted3<Block>& a, const Sorted3<Block>& b)
+// Blocks of sorted columns along a row: each is sorted once, and serves the windows of its neighbours.
+// `here` starts with column x, `next` with column x + 16; both hold what windows of `reach` columns more
+// than one need, and nothing past them is read.
+template <typename Columns, int reach, typename Emit>
+inline void WalkColumns(Vek32s width, Emit emit, const Vek8u* src, int64_t step)
 {
-    return {Concat<n>(a.low, b.low), Concat<n>(a.middle, b.middle), Concat<n>(a.high, b.high)};
+    Columns here = Columns::Sort(src, step);
+    for (Vek32s x = 0;;) {
+        const bool whole = width + (int64_t)reach - x >= 32;
+        const Columns next = whole ? Columns::Sort(src + x + 16, step) : Columns::template Down<16 - reach>(Columns::Sort(src + x + reach, step));
+        emit(x, here, next);
+        const Vek32s last = width - 16;
+        if (x == last)
+            break;
+        if (last - x >= 16) {
+            x += 16;
+            here = next;
+        } else {
+            x = last;
+            here = Columns::Sort(src + x, step);
+        }
+    }
 }
 
-// Every column is sorted once, and serves three windows.
+struct Columns3 {
+    Sorted3<Block> v;
+
+    static Columns3 Sort(const Vek8u* p, int64_t step) { return {SortColumn3<Block>(p, step)}; }
+
+    template <int n>
+    static Columns3 Down(const Columns3& a) { return {{BytesDown<n>(a.v.low), BytesDown<n>(a.v.middle), BytesDown<n>(a.v.high)}}; }
+
+    template <int n>
+    static Sorted3<Block> Shifted(const Columns3& a, const Columns3& b)
+    {
+        return {Concat<n>(a.v.low, b.v.low), Concat<n>(a.v.middle, b.v.middle), Concat<n>(a.v.high, b.v.high)};
+    }
+};
+
 void Median3x3Row(const Vek8u* src, int64_t step, Vek8u* dst, Vek32s width)
 {
-    Vek32s x = 0;
     if (kBlocks && width >= 16) {
-        if (width >= 30) {
-            Sorted3<Block> here = SortColumn3<Block>(src, step);
-            for (; width - x >= 30; x += 16) {
-                const Sorted3<Block> next = SortColumn3<Block>(src + x + 16, step);
-                StoreU(dst + x, MedianOf(here, Shifted<1>(here, next), Shifted<2>(here, next)));
-                here = next;
-            }
-        }
-        for (; x < width; x += 16) {
-            x = Min(x, width - 16);
-            StoreU(dst + x, MedianOf(SortColumn3<Block>(src + x, step), SortColumn3<Block>(src + x + 1, step),
-                                     SortColumn3<Block>(src + x + 2, step)));
-        }
+        WalkColumns<Columns3, 2>(width, [&](Vek32s x, const Columns3& a, const Columns3& b) {
+            StoreU(dst + x, MedianOf(a.v, Columns3::Shifted<1>(a, b), Columns3::Shifted<2>(a, b)));
+        }, src, step);
+        return;
     }
-    if (x < width) {
-        Sorted3<Sample> left = SortColumn3<Sample>(src + x, step), middle = SortColumn3<Sample>(src + x + 1, step);
-        for (; x < width; ++x) {
-            const Sorted3<Sample> right = SortColumn3<Sample>(src + x + 2, step);
-            dst[x] = MedianOf(left, middle, right);
-            left = middle;
-            middle = right;
-        }
+    Sorted3<Sample> left = SortColumn3<Sample>(src, step), middle = SortColumn3<Sample>(src + 1, step);
+    for (Vek32s x = 0; x < width; ++x) {
+        const Sorted3<Sample> right = SortColumn3<Sample>(src + x + 2, step);
+        dst[x] = MedianOf(left, middle, right);
+        left = middle;
+        middle = right;
     }
+}
+
+struct Columns4 {
+    V v[4];
+
+    static Columns4 Sort(const Vek8u* p, int64_t step)
+    {
+        Columns4 c = {{LoadU(p), LoadU(Offset(p, step)), LoadU(Offset(p, 2 * step)), LoadU(Offset(p, 3 * step))}};
+        SortColumn4(c.v);
+        return c;
+    }
+
+    template <int n>
+    static Columns4 Down(const Columns4& a)
+    {
+        return {{BytesDown<n>(a.v[0]), BytesDown<n>(a.v[1]), BytesDown<n>(a.v[2]), BytesDown<n>(a.v[3])}};
+    }
+
+    template <int n>
+    static void Shift(const Columns4& a, const Columns4& b, V (&w)[20])
+    {
+        for (int r = 0; r < 4; ++r)
+            w[5 * r + n] = n == 0 ? a.v[r] : Concat<n>(a.v[r], b.v[r]);
+    }
+};
+
+inline void LoadRow5(const Vek8u* p, V (&five)[5])
+{
+    for (int i = 0; i < 5; ++i)
+        five[i] = LoadU(p + i);
+    SortRow5(five);
+}
+
+// One destination row, or two: the windows of the second reach one source row further down.
+template <bool two>
+void Median5x5Rows(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep, Vek32s width)
+{
+    const Vek8u* bottom = Offset(src, 5 * step);
+    WalkColumns<Columns4, 4>(width, [&](Vek32s x, const Columns4& a, const Columns4& b) {
+        V w[20], five[5];
+        Columns4::Shift<0>(a, b, w);
+        Columns4::Shift<1>(a, b, w);
+        Columns4::Shift<2>(a, b, w);
+        Columns4::Shift<3>(a, b, w);
+        Columns4::Shift<4>(a, b, w);
+        SortMiddleSix(w);
+        LoadRow5(src + x, five);
+        StoreU(dst + x, MedianOf(w, five));
+        if constexpr (two) {
+            LoadRow5(bottom + x, five);
+            StoreU(Offset(dst, dstStep) + x, MedianOf(w, five));
+        }
+    }, Offset(src, step), step);
+}
+
+void Median5x5(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size)
+{
+    Vek32s y = 0;
+    for (; size.height - y >= 2; y += 2)
+        Median5x5Rows<true>(Row(src, srcStep, y), srcStep, Row(dst, dstStep, y), dstStep, size.width);
+    if (y < size.height)
+        Median5x5Rows<false>(Row(src, srcStep, y), srcStep, Row(dst, dstStep, y), dstStep, size.width);
 }
 
 // ---- Histogram ----
@@ -128,6 +210,10 @@ VekStatus vekiFilterMedian_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst
     const Vek8u* src = Offset(pSrc, -(int64_t)anchor.y * srcStep - anchor.x);
     if (Is(maskSize, 1, 1)) {
         CopyRegion(src, srcStep, pDst, dstStep, dstRoiSize);
+        return StatusOk;
+    }
+    if (kBlocks && Is(maskSize, 5, 5) && dstRoiSize.width >= 16) {
+        Median5x5(src, srcStep, pDst, dstStep, dstRoiSize);
         return StatusOk;
     }
     const auto row = Is(maskSize, 3, 3) ? Median3x3Row : nullptr;
