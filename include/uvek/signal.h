@@ -1,10 +1,95 @@
-/* One-dimensional signal processing. */
+/* One-dimensional signal processing. Lengths count elements, and all vectors may stand at any address.
+   Unless a comment says otherwise all tiers give the same result, a source may be the destination too,
+   no other overlap is allowed, and the statuses are, in order: StatusNullPointer for any null pointer,
+   StatusBadSize for a length below 1, StatusOk. */
 #ifndef UVEK_SIGNAL_H
 #define UVEK_SIGNAL_H
 
 #include "uvek/base.h"
 
 UVEK_BEGIN
+
+/* ---- Vectors of 16-bit integers ---- */
+
+/* Add `value` to, or subtract it from, each element, in place; the result saturates. */
+VekStatus veksAddC_16s_I(Vek16s value, Vek16s* pSrcDst, Vek32s len);
+VekStatus veksSubC_16s_I(Vek16s value, Vek16s* pSrcDst, Vek32s len);
+
+/* pDst[i] = (pSrc1[i] + pSrc2[i]) 2^-scaleFactor, the sum exact, the quotient rounded to nearest with
+   ties to even, the result saturated. From a scaleFactor of 17 on every result is 0. */
+VekStatus veksAdd_16s_Sfs(const Vek16s* pSrc1, const Vek16s* pSrc2, Vek16s* pDst, Vek32s len, Vek32s scaleFactor);
+
+/* Shift each element by `value` bits, in place: left without saturation, so that from 16 on all
+   elements become 0, and right with the sign, so that from 16 on they become -1 or 0. After the two
+   usual statuses a negative value gives StatusBadShift. */
+VekStatus veksLShiftC_16s_I(Vek32s value, Vek16s* pSrcDst, Vek32s len);
+VekStatus veksRShiftC_16s_I(Vek32s value, Vek16s* pSrcDst, Vek32s len);
+
+/* ---- Conversions ---- */
+
+/* Each element as a float, exactly. The destination must not overlap the source. */
+VekStatus veksConvert_16s32f(const Vek16s* pSrc, Vek32f* pDst, Vek32s len);
+VekStatus veksConvert_8u32f(const Vek8u* pSrc, Vek32f* pDst, Vek32s len);
+
+/* pDst[i] = pSrc[i] 2^-scaleFactor, rounded by rndMode (RoundZero, RoundNear; any other is
+   RoundHalfAway) and saturated; a NaN gives 0. The destination must not overlap the source. */
+VekStatus veksConvert_32f16s_Sfs(const Vek32f* pSrc, Vek16s* pDst, Vek32s len, Vek32s rndMode, Vek32s scaleFactor);
+
+/* ---- Vectors of floats ---- */
+
+/* pDst[i] = |pSrc[i]|: the sign bit is cleared, a NaN's too. */
+VekStatus veksAbs_32f(const Vek32f* pSrc, Vek32f* pDst, Vek32s len);
+
+/* Multiplies each element by `value`, in place. A value of 0 stores zeros, also for NaN and infinity;
+   a value of 1 leaves the vector as it is. */
+VekStatus veksMulC_32f_I(Vek32f value, Vek32f* pSrcDst, Vek32s len);
+
+/* Multiplies each element by 1 / value, which is formed once in single precision: the last bit of a
+   result can differ from a quotient's. After the two usual statuses a value of 0 gives
+   StatusDivideByZero. */
+VekStatus veksDivC_32f_I(Vek32f value, Vek32f* pSrcDst, Vek32s len);
+
+/* pSrcDst[i] = pSrcDst[i] pSrc[i]; pSrcDst[i] = pSrcDst[i]^2. */
+VekStatus veksMul_32f_I(const Vek32f* pSrc, Vek32f* pSrcDst, Vek32s len);
+VekStatus veksSqr_32f_I(Vek32f* pSrcDst, Vek32s len);
+
+/* The square root of each element, correctly rounded, in place. A negative element becomes the NaN
+   0xFFC00000; both zeros and NaNs stay as they are. The whole vector is done in any case, and
+   WarnSqrtOfNegative in place of StatusOk tells that an element was negative. */
+VekStatus veksSqrt_32f_I(Vek32f* pSrcDst, Vek32s len);
+
+/* ---- Complex vectors ---- */
+
+/* pDst[i] = sqrt(re^2 + im^2). Tier 0 rounds the double-precision value; tiers 1 to 3 are within 1.2
+   units in the last place of the true value, over all exponents. The destination of the 32fc form must
+   not overlap the source. */
+VekStatus veksMagnitude_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len);
+VekStatus veksMagnitude_32fc(const Vek32fc* pSrc, Vek32f* pDst, Vek32s len);
+
+/* pDst[i] = re^2 + im^2, each step rounded to single precision. */
+VekStatus veksPowerSpectr_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len);
+
+/* pDst[i] = atan2(im, re), -pi to pi. Tier 0 rounds the double-precision value of the C runtime; tiers 1
+   to 3 are within 2.4 units in the last place of the true value, over all exponents, with zeros and
+   infinities as the C function has them. */
+VekStatus veksPhase_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len);
+
+/* ---- Reductions: one result in *pResult ---- */
+
+/* The largest and the smallest element. A NaN in the first element is the result, elsewhere it counts
+   for nothing; a result of zero has the sign of the first zero. */
+VekStatus veksMax_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult);
+VekStatus veksMin_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult);
+
+/* Sum, arithmetic mean and sample deviation (dividing by len - 1; 0 where rounding makes the variance
+   negative or where it is a NaN). Sums are held in double precision, added in an order that differs
+   between tier 0 and the others; tiers 1 to 3 round the sum of the mean to single precision before the
+   division. For the sum a hint of 1 picks tier 0's order, and so its result, in every tier; any other
+   picks the fastest. The others ignore the hint. The deviation needs a length of at least 2, else
+   StatusBadSize. */
+VekStatus veksSum_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hint);
+VekStatus veksMean_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hint);
+VekStatus veksStdDev_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hint);
 
 UVEK_END
 
