@@ -118,6 +118,45 @@ PLAIN double PlainSum(const Vek32f* a, int n)
     return sum;
 }
 
+// The transposed form, as one writes it.
+template <int kOrder>
+PLAIN void PlainFilter(const float* b, const float* a, float* delay, const float* src, float* dst, int n)
+{
+    float d[kOrder + 1] = {};
+    std::copy_n(delay, kOrder, d);
+    for (int i = 0; i < n; ++i) {
+        const float x = src[i], y = b[0] * x + d[0];
+        for (int k = 1; k <= kOrder; ++k)
+            d[k - 1] = b[k] * x - a[k] * y + d[k];
+        dst[i] = y;
+    }
+    std::copy_n(d, kOrder, delay);
+}
+
+template <int kOrder>
+void RegisterFilter(const std::shared_ptr<Vectors>& v)
+{
+    // (1 - 0.5 z^-1)^kOrder below, (1 + z^-1)^kOrder above.
+    std::vector<float> taps(2 * kOrder + 2);
+    float binomial = 1;
+    for (int k = 0; k <= kOrder; binomial = binomial * (kOrder - k) / (k + 1), ++k) {
+        taps[k] = binomial;
+        taps[kOrder + 1 + k] = binomial * std::pow(-0.5f, k);
+    }
+    const std::string name = "IIR_order" + std::to_string(kOrder), size = std::to_string(v->n);
+    for (int tier = 0; tier < 4; ++tier) {
+        UseTier(tier);
+        VekIirState* state = nullptr;
+        veksIIRInitAlloc_32f(&state, taps.data(), kOrder, nullptr);  // lives as long as the program
+        Register(name, "tier" + std::to_string(tier), tier, size, 8 * (int64_t)v->n,
+                 [v, state] { veksIIR_32f(v->x.data(), v->out.data(), v->n, state); });
+    }
+    const auto delay = std::make_shared<std::vector<float>>(kOrder + 1);
+    Register(name, "plain", -1, size, 8 * (int64_t)v->n, [v, taps, delay] {
+        PlainFilter<kOrder>(taps.data(), taps.data() + kOrder + 1, delay->data(), v->x.data(), v->out.data(), v->n);
+    });
+}
+
 void RegisterVectors(int length)
 {
     const auto v = std::make_shared<Vectors>(length);
@@ -137,7 +176,6 @@ void RegisterVectors(int length)
     Vek8u* const bytes = v->bytes.data();
     const Vek32fc* const z = v->z.data();
     auto result = std::make_shared<float>();
-    (void)z;
 
     add("AddC_16s", 4, [v, sOut, n] { veksAddC_16s_I(3, sOut, n); }, [v, sOut, n] { PlainAddC(sOut, n, 3); });
     add("Add_16s_Sfs2", 6, [=] { veksAdd_16s_Sfs(s, s2, sOut, n, 2); }, [=] { PlainAddSfs(s, s2, sOut, n); });
@@ -159,6 +197,9 @@ void RegisterVectors(int length)
     RegisterTiers("Magnitude_32fc", size, 12 * (int64_t)n, [=] { veksMagnitude_32fc(z, out, n); });
     RegisterTiers("Phase_32f", size, 12 * (int64_t)n, [=] { veksPhase_32f(x, y, out, n); });
     RegisterTiers("Sqrt_32f", size, 8 * (int64_t)n, [=] { veksAbs_32f(x, out, n); veksSqrt_32f_I(out, n); });
+    RegisterFilter<1>(v);
+    RegisterFilter<2>(v);
+    RegisterFilter<8>(v);
 #ifdef UVEK_HAVE_OPENCV
     cv::setNumThreads(1);
     const cv::Mat re(1, n, CV_32F, x), im(1, n, CV_32F, y);

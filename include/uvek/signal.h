@@ -91,6 +91,46 @@ VekStatus veksSum_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hi
 VekStatus veksMean_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hint);
 VekStatus veksStdDev_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s hint);
 
+/* ---- Recursive filters ---- */
+
+/* A filter with its delay line, which every call moves on: one stream, one caller at a time. The direct
+   form of order N, id 0x49493031, comes from veksIIRInitAlloc_32f and is
+       y[n] = b[0] x[n] + .. + b[N] x[n - N] - a[1] y[n - 1] - .. - a[N] y[n - N],
+   with `delay` as the state of its transposed form,
+       y = b[0] x + d[0], then d[i] = b[i + 1] x - a[i + 1] y + d[i + 1], d[N] being 0.
+   A cascade of sections of order 2, id 0x49493032, is made by the caller: `taps` with (b0, b1, b2, a1, a2)
+   and `delay` with two numbers for each section, `order` twice the number of sections, ownsMemory 0. */
+typedef struct VekIirState {
+    Vek32u id;
+    Vek32f* taps;          /* b[0] .. b[N], a[1] .. a[N], divided by a[0] */
+    Vek32f* delay;         /* N + 1 numbers, the last 0 */
+    Vek32s order;
+    Vek32f* firTaps;       /* null in tier 0, as is what follows but for the numbers */
+    Vek32f* feedback;
+    Vek32s sections;
+    Vek32f* sectionRows;
+    Vek32f* blockBuffer;
+    Vek32f* blockBuffer2;
+    Vek32u ownsMemory;     /* 1: veksIIRFree_32f releases the record */
+} VekIirState;
+
+/* Makes a state from pTaps, 2 (order + 1) numbers b[0] .. b[order], a[0] .. a[order], and pDlyLine, the
+   first `order` numbers of the delay line, or null for zeros. The taps are multiplied by 1 / a[0]. Returns
+   StatusNullPointer (pTaps or ppState), StatusBadFilterOrder (order below 1), StatusNoMemory with
+   *ppState as it was, StatusDivideByZero (a[0] is 0) with *ppState leading to released memory, which must
+   not be used, StatusOk. */
+VekStatus veksIIRInitAlloc_32f(VekIirState** ppState, const Vek32f* pTaps, Vek32s order, const Vek32f* pDlyLine);
+
+/* Filters `len` samples; pDst may be pSrc. Calls on the parts of a signal in turn do what one call on the
+   whole does, up to rounding. Arithmetic is single precision; tier 0 goes sample by sample or by pairs,
+   the others in blocks of 1024 by look-ahead, which rounds otherwise. Returns StatusNullPointer,
+   StatusBadSize, StatusBadContext (pState is no such record), StatusOk. */
+VekStatus veksIIR_32f(const Vek32f* pSrc, Vek32f* pDst, Vek32s len, VekIirState* pState);
+
+/* Releases a state of veksIIRInitAlloc_32f; one that the caller made is left alone. Returns
+   StatusNullPointer, StatusBadContext, StatusOk. */
+VekStatus veksIIRFree_32f(VekIirState* pState);
+
 UVEK_END
 
 #endif
