@@ -157,6 +157,22 @@ void RegisterFilter(const std::shared_ptr<Vectors>& v)
     });
 }
 
+void RegisterGauss(const std::shared_ptr<Vectors>& v)
+{
+    const std::string size = std::to_string(v->n);
+    VekRandGaussState* state = nullptr;
+    veksRandGaussInitAlloc_32f(&state, 0, 1, 1);  // lives as long as the program
+    RegisterTiers("RandGauss", size, 4 * (int64_t)v->n, [v, state] { veksRandGauss_32f(v->out.data(), v->n, state); });
+    Register("RandGauss", "std", -1, size, 4 * (int64_t)v->n, [v, engine = std::mt19937(1), normal = std::normal_distribution<float>()]() mutable {
+        for (float& x : v->out)
+            x = normal(engine);
+    });
+    Register("RandGauss", "std_lcg", -1, size, 4 * (int64_t)v->n, [v, engine = std::minstd_rand(1), normal = std::normal_distribution<float>()]() mutable {
+        for (float& x : v->out)
+            x = normal(engine);
+    });
+}
+
 void RegisterVectors(int length)
 {
     const auto v = std::make_shared<Vectors>(length);
@@ -200,6 +216,7 @@ void RegisterVectors(int length)
     RegisterFilter<1>(v);
     RegisterFilter<2>(v);
     RegisterFilter<8>(v);
+    RegisterGauss(v);
 #ifdef UVEK_HAVE_OPENCV
     cv::setNumThreads(1);
     const cv::Mat re(1, n, CV_32F, x), im(1, n, CV_32F, y);

@@ -131,6 +131,38 @@ VekStatus veksIIR_32f(const Vek32f* pSrc, Vek32f* pDst, Vek32s len, VekIirState*
    StatusNullPointer, StatusBadContext, StatusOk. */
 VekStatus veksIIRFree_32f(VekIirState* pState);
 
+/* ---- Gaussian random numbers ---- */
+
+/* A sequence of normally distributed numbers, which a seed fixes to the last bit (given the C runtime's
+   logarithm), in every tier and however it is cut into calls. Every call moves it on: one caller at a
+   time. */
+typedef struct VekRandGaussState {
+    Vek32u id;             /* 40 */
+    Vek32u seed;
+    Vek32f mean;
+    Vek32f stdDev;
+    Vek32u lcg;            /* congruential generator; starts alike for every seed */
+    Vek32u swbA;           /* subtract-with-borrow generator */
+    Vek32u swbB;
+    Vek32u swbC;
+    Vek32s borrow;         /* 0 or -1 */
+    Vek32u pairEmpty;      /* 1: numbers come in pairs, and none is left of the last */
+    Vek64f polarFactor;    /* the last pair's factor, and the uniform number of its second one */
+    Vek64f polarSecond;
+    int64_t reserved;
+} VekRandGaussState;
+
+/* Makes a state; there is no reseeding, a new seed is a new state. A stdDev of 0 gives `mean` throughout.
+   Returns StatusNullPointer, StatusNoMemory with *ppState as it was, StatusOk. */
+VekStatus veksRandGaussInitAlloc_32f(VekRandGaussState** ppState, Vek32f mean, Vek32f stdDev, Vek32u seed);
+
+/* The next `len` numbers. Returns StatusNullPointer, StatusBadSize, StatusBadContext (pState is no such
+   record), StatusOk. */
+VekStatus veksRandGauss_32f(Vek32f* pDst, Vek32s len, VekRandGaussState* pState);
+
+/* Releases a state. Returns StatusNullPointer, StatusBadContext, StatusOk. */
+VekStatus veksRandGaussFree_32f(VekRandGaussState* pState);
+
 UVEK_END
 
 #endif
