@@ -126,6 +126,7 @@ TEST_P(CodecTest, LibjpegReadsWhatItWrites)
                     options.quality = 1 + round * 29 % 100;
                     options.restart = round % 4;
                     options.interleaved = round % 5 != 0;
+                    options.progressive = round % 3 == 1;
                     if (round % 7 == 0)
                         options.colour = channels == 4 ? codec::Colour::CMYK : codec::Colour::RGB;
                     SCOPED_TRACE(testing::Message() << extent.width << "x" << extent.height << " channels " << channels << " round " << round);
@@ -146,6 +147,42 @@ TEST_P(CodecTest, KeepsThePictureAtHighQuality)
         // A step of 1 loses at most half in each coefficient.
         EXPECT_LE(LargestDifference(image, codec::DecodeJpeg(codec::EncodeJpeg(image, options)).image), 8) << channels;
     }
+}
+
+// Grey of any precision, with samples over the whole range, or RGB.
+Image LosslessScene(int width, int height, int channels, int precision, int pointTransform, std::mt19937& random)
+{
+    Image image = Scene(width, height, channels);
+    image.precision = precision;
+    const auto place = [&](int sample) { return ((sample << precision >> 8) + (int)(random() % 5)) % (1 << precision) >> pointTransform << pointTransform; };
+    if (precision > 8)
+        for (const uint8_t sample : image.samples)
+            image.wide.push_back((uint16_t)place(sample));
+    for (uint8_t& sample : image.samples)
+        sample = (uint8_t)place(sample);
+    if (precision > 8)
+        image.samples.clear();
+    return image;
+}
+
+TEST_P(CodecTest, LosslessFilesComeBackSampleForSample)
+{
+    std::mt19937 random(Seed());
+    for (int precision = 2; precision <= 16; ++precision)
+        for (int predictor = 1; predictor <= 7; ++predictor) {
+            const int channels = precision <= 8 && predictor % 2 ? 3 : 1;
+            codec::EncodeOptions options;
+            options.lossless = true;
+            options.predictor = predictor;
+            options.pointTransform = predictor == 4 ? precision / 3 : 0;
+            options.restart = predictor % 3;
+            const Image image = LosslessScene(1 + (int)(random() % 40), 1 + (int)(random() % 20), channels, precision, options.pointTransform, random);
+            const codec::Decoded decoded = codec::DecodeJpeg(codec::EncodeJpeg(image, options));
+            SCOPED_TRACE(testing::Message() << "precision " << precision << " predictor " << predictor << " seed " << Seed());
+            EXPECT_EQ("", decoded.warning);
+            EXPECT_EQ(image.samples, decoded.image.samples);
+            EXPECT_EQ(image.wide, decoded.image.wide);
+        }
 }
 
 TEST_P(CodecTest, MakesTheBestOfACutFile)

@@ -385,7 +385,14 @@ inline V WidenLow16u(V v) { return _mm_unpacklo_epi16(v, Zero()); }
 inline V WidenHigh16u(V v) { return _mm_unpackhi_epi16(v, Zero()); }
 inline V WidenLow32u(V v) { return _mm_unpacklo_epi32(v, Zero()); }
 inline V WidenHigh32u(V v) { return _mm_unpackhi_epi32(v, Zero()); }
-inline V WidenLow16s(V v) { return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16); }
+inline V WidenLow16s(V v)
+{
+#if VEK_TIER >= 3
+    return _mm_cvtepi16_epi32(v);
+#else
+    return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16);
+#endif
+}
 inline V WidenHigh16s(V v) { return _mm_srai_epi32(_mm_unpackhi_epi16(v, v), 16); }
 inline V WidenLow8s(V v) { return _mm_srai_epi16(_mm_unpacklo_epi8(v, v), 8); }
 inline V WidenHigh8s(V v) { return _mm_srai_epi16(_mm_unpackhi_epi8(v, v), 8); }

@@ -88,6 +88,16 @@ inline F Select(F mask, F a, F b)
 #endif
 }
 
+// a where the sign bit of the lane of `signs` is set, b where it is clear.
+inline F SelectBySign(F signs, F a, F b)
+{
+#if VEK_TIER >= 3
+    return _mm_blendv_ps(b, a, signs);
+#else
+    return Select(_mm_castsi128_ps(_mm_srai_epi32(_mm_castps_si128(signs), 31)), a, b);
+#endif
+}
+
 inline D Select(D mask, D a, D b)
 {
 #if VEK_TIER >= 3
