@@ -328,6 +328,17 @@ inline V Pack32sTo16u(V a, V b)
 
 inline V WidenLow8u(V v) { return _mm_unpacklo_epi8(v, Zero()); }
 inline V WidenHigh8u(V v) { return _mm_unpackhi_epi8(v, Zero()); }
+
+// Four bytes of memory as 32-bit lanes.
+inline V Load8uTo32s(const void* p)
+{
+#if VEK_TIER >= 3
+    return _mm_cvtepu8_epi32(Load32(p));
+#else
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(Load32(p), Zero()), Zero());
+#endif
+}
+
 inline V WidenLow16u(V v) { return _mm_unpacklo_epi16(v, Zero()); }
 inline V WidenHigh16u(V v) { return _mm_unpackhi_epi16(v, Zero()); }
 inline V WidenLow16s(V v) { return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16); }
