@@ -2,6 +2,7 @@
 #include "geometry/orthogonal.h"
 
 #include "geometry/orthogonal_rows.h"
+#include "geometry/orthogonal_transpose.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
