@@ -381,6 +381,10 @@ inline V WidenLow8uTo32(V v)
     return _mm_unpacklo_epi16(_mm_unpacklo_epi8(v, Zero()), Zero());
 #endif
 }
+
+// Four bytes of memory as 32-bit lanes.
+inline V Load8uTo32s(const void* p) { return WidenLow8uTo32(Load32(p)); }
+
 inline V WidenLow16u(V v) { return _mm_unpacklo_epi16(v, Zero()); }
 inline V WidenHigh16u(V v) { return _mm_unpackhi_epi16(v, Zero()); }
 inline V WidenLow32u(V v) { return _mm_unpacklo_epi32(v, Zero()); }
