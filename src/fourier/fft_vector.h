@@ -12,7 +12,7 @@ namespace uvek::VEK_TIER_NAMESPACE {
 
 // Four results of each of the lanes' butterflies become one group a lane, at `to` plus `apart` times
 // the lane's reversed number.
-inline void StoreLanes(Cx<F> a, Cx<F> b, Cx<F> c, Cx<F> d, Vek32f* to, int64_t apart)
+VEK_BUTTERFLY void StoreLanes(Cx<F> a, Cx<F> b, Cx<F> c, Cx<F> d, Vek32f* to, int64_t apart)
 {
     Transpose4(a.re, b.re, c.re, d.re);
     Transpose4(a.im, b.im, c.im, d.im);
@@ -22,7 +22,7 @@ inline void StoreLanes(Cx<F> a, Cx<F> b, Cx<F> c, Cx<F> d, Vek32f* to, int64_t a
     Store(Fours<Vek32f>{to + 3 * apart}, 0, d);
 }
 
-inline void StoreLanes(Cx<D> a, Cx<D> b, Cx<D> c, Cx<D> d, Vek64f* to, int64_t apart)
+VEK_BUTTERFLY void StoreLanes(Cx<D> a, Cx<D> b, Cx<D> c, Cx<D> d, Vek64f* to, int64_t apart)
 {
     StoreA(to, UnpackLow(a.re, b.re));
     StoreA(to + 2, UnpackLow(c.re, d.re));
@@ -37,7 +37,7 @@ inline void StoreLanes(Cx<D> a, Cx<D> b, Cx<D> c, Cx<D> d, Vek64f* to, int64_t a
 
 // The butterflies of inputs p, p + 1, .. (a quarter of n apart each) give the four results from 4 rev(p).
 template <bool inverse, typename T, typename Form>
-inline void FusedGroup(Form src, int64_t quarter, T* to, int64_t apart)
+VEK_BUTTERFLY void FusedGroup(Form src, int64_t quarter, T* to, int64_t apart)
 {
     for (int i = 0; i < 4; i += LanesOf<T>::kCount) {
         auto a = Load(src, i), b = Load(src, i + quarter), c = Load(src, i + 2 * quarter), d = Load(src, i + 3 * quarter);
@@ -95,45 +95,51 @@ void PlainFirstStage(Form src, Vek64f* work, int64_t n)
 
 // ---- The stages ----
 
+// Written without a loop, which would stay one within a butterfly.
+template <int bits>
+VEK_BUTTERFLY constexpr int ReversedPlace(int n)
+{
+    return bits == 3 ? (n & 1) << 2 | (n & 2) | n >> 2 : (n & 1) << 1 | n >> 1;
+}
+
 // One butterfly of 4 or 8 registers that stand `apart` elements from one another in reversed order.
-template <bool inverse, bool turns, typename T, typename In, typename Out>
-inline void Step4(In in, Out out, int64_t i, int64_t apart, const T* roots)
+// Source::At(n) is input n with its root, Sink::Put(n) takes output n. The odd half of a transform of
+// eight is done first and waits, since the registers hold one half.
+template <bool inverse, typename Source, typename Sink>
+VEK_BUTTERFLY void Step4(Source at, Sink put)
 {
-    auto a = Load(in, i), c = Load(in, i + apart), b = Load(in, i + 2 * apart), d = Load(in, i + 3 * apart);
-    if (turns) {
-        b = MulRoot<inverse>(b, LoadRoot(roots));
-        c = MulRoot<inverse>(c, LoadRoot(roots + 8));
-        d = MulRoot<inverse>(d, LoadRoot(roots + 16));
-    }
+    auto a = at(0), b = at(1), c = at(2), d = at(3);
     Butterfly4<inverse>(a, b, c, d);
-    Store(out, i, a);
-    Store(out, i + apart, b);
-    Store(out, i + 2 * apart, c);
-    Store(out, i + 3 * apart, d);
+    put(0, a);
+    put(1, b);
+    put(2, c);
+    put(3, d);
 }
 
-template <bool inverse, bool turns, typename T, typename In, typename Out>
-inline void Step8(In in, Out out, int64_t i, int64_t apart, const T* roots)
+template <bool inverse, typename Source, typename Sink>
+VEK_BUTTERFLY void Step8(Source at, Sink put)
 {
-    Cx<LanesType<T>> x[8];
-    for (int n = 0; n < 8; ++n) {
-        constexpr int kPlace[] = {0, 4, 2, 6, 1, 5, 3, 7};
-        x[n] = Load(in, i + kPlace[n] * apart);
-        if (turns && n > 0)
-            x[n] = MulRoot<inverse>(x[n], LoadRoot(roots + 8 * (n - 1)));
-    }
-    Butterfly8<inverse>(x);
-    for (int n = 0; n < 8; ++n)
-        Store(out, i + n * apart, x[n]);
+    auto o0 = at(1), o1 = at(3), o2 = at(5), o3 = at(7);
+    OddHalf8<inverse>(o0, o1, o2, o3);
+    auto e0 = at(0), e1 = at(2), e2 = at(4), e3 = at(6);
+    Butterfly4<inverse>(e0, e1, e2, e3);
+    put(0, Add(e0, o0));
+    put(4, Sub(e0, o0));
+    put(1, Add(e1, o1));
+    put(5, Sub(e1, o1));
+    put(2, AddTurned<inverse>(e2, o2));
+    put(6, SubTurned<inverse>(e2, o2));
+    put(3, Sub(e3, o3));
+    put(7, Add(e3, o3));
 }
 
-template <bool inverse, int bits, bool turns, typename T, typename In, typename Out>
-inline void Step(In in, Out out, int64_t i, int64_t apart, const T* roots)
+template <bool inverse, int bits, typename Source, typename Sink>
+VEK_BUTTERFLY void Step(Source at, Sink put)
 {
     if constexpr (bits == 3)
-        Step8<inverse, turns>(in, out, i, apart, roots);
+        Step8<inverse>(at, put);
     else
-        Step4<inverse, turns>(in, out, i, apart, roots);
+        Step4<inverse>(at, put);
 }
 
 // One stage of a kernel over n elements in blocks of 2^(done + bits).
@@ -145,7 +151,12 @@ void KernelStage(Fours<T> in, Out out, int64_t n, int64_t length, const T* twidd
         const T* roots = twiddles;
         for (int64_t k = 0; k < length; k += 4, roots += kTable)
             for (int half = 0; half < 4; half += LanesOf<T>::kCount)
-                Step<inverse, bits, true>(in, out, block + k + half, length, roots + half);
+                Step<inverse, bits>(
+                    [=](int n) __attribute__((always_inline)) {
+                        const auto x = Load(in, block + k + half + ReversedPlace<bits>(n) * length);
+                        return n ? MulRoot<inverse>(x, LoadRoot(roots + half + 8 * (n - 1))) : x;
+                    },
+                    [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, block + k + half + n * length, x); });
     }
 }
 
@@ -214,7 +225,7 @@ struct Turned {
 };
 
 template <bool inverse, typename T, typename Form>
-inline Cx<LanesType<T>> LoadTurned(const Turned<Form, T>& t, int64_t row, int64_t column)
+VEK_BUTTERFLY Cx<LanesType<T>> LoadTurned(Turned<Form, T> t, int64_t row, int64_t column)
 {
     const T* const factor = GroupOf((T*)t.factors + 2 * row * t.tile, column);
     return MulRoot<inverse>(Load(t.form, row * t.columns + column), LoadRoot(factor));
@@ -223,19 +234,11 @@ inline Cx<LanesType<T>> LoadTurned(const Turned<Form, T>& t, int64_t row, int64_
 template <bool inverse, int bits, typename T, typename Form, typename Out>
 void OuterFirstStage(const Turned<Form, T>& in, Out out, int64_t outColumns, int64_t rows)
 {
-    constexpr int kRadix = 1 << bits;
-    for (int64_t row = 0; row < rows; row += kRadix)
-        for (int64_t c = 0; c < in.tile; c += LanesOf<T>::kCount) {
-            Cx<LanesType<T>> x[8];
-            for (int n = 0; n < kRadix; ++n)
-                x[n] = LoadTurned<inverse>(in, row + ReversedValue<bits>(n), c);
-            if constexpr (bits == 3)
-                Butterfly8<inverse>(x);
-            else
-                Butterfly4<inverse>(x[0], x[1], x[2], x[3]);
-            for (int n = 0; n < kRadix; ++n)
-                Store(out, (row + n) * outColumns + c, x[n]);
-        }
+    for (int64_t row = 0; row < rows; row += 1 << bits)
+        for (int64_t c = 0; c < in.tile; c += LanesOf<T>::kCount)
+            Step<inverse, bits>(
+                [=](int n) __attribute__((always_inline)) { return LoadTurned<inverse>(in, row + ReversedPlace<bits>(n), c); },
+                [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, (row + n) * outColumns + c, x); });
 }
 
 // A later stage; the rows of `out` are outColumns apart, those of the tile `tile`.
@@ -246,20 +249,13 @@ void OuterStage(Fours<T> in, int64_t tile, Out out, int64_t outColumns, int64_t 
     for (int64_t block = 0; block < rows; block += length << bits)
         for (int64_t k = 0; k < length; ++k) {
             const T* const roots = twiddles + k * (kRadix - 1) * 8;
-            for (int64_t c = 0; c < tile; c += LanesOf<T>::kCount) {
-                Cx<LanesType<T>> x[8];
-                for (int n = 0; n < kRadix; ++n) {
-                    x[n] = Load(in, (block + k + ReversedValue<bits>(n) * length) * tile + c);
-                    if (n > 0)
-                        x[n] = MulRoot<inverse>(x[n], LoadRoot(roots + 8 * (n - 1)));
-                }
-                if constexpr (bits == 3)
-                    Butterfly8<inverse>(x);
-                else
-                    Butterfly4<inverse>(x[0], x[1], x[2], x[3]);
-                for (int n = 0; n < kRadix; ++n)
-                    Store(out, (block + k + n * length) * outColumns + c, x[n]);
-            }
+            for (int64_t c = 0; c < tile; c += LanesOf<T>::kCount)
+                Step<inverse, bits>(
+                    [=](int n) __attribute__((always_inline)) {
+                        const auto x = Load(in, (block + k + ReversedPlace<bits>(n) * length) * tile + c);
+                        return n ? MulRoot<inverse>(x, LoadRoot(roots + 8 * (n - 1))) : x;
+                    },
+                    [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, (block + k + n * length) * outColumns + c, x); });
         }
 }
 

@@ -38,47 +38,47 @@ struct Scaled {
     Scaled At(int64_t i) const { return {form.At(i), scale}; }
 };
 
-template <typename T> inline Cx<T> LoadOne(Split<T> f, int64_t i) { return {Get(f.re + i), Get(f.im + i)}; }
-template <typename T> inline Cx<T> LoadOne(Pairs<T> f, int64_t i) { return Get((const Cx<T>*)(f.p + 2 * i)); }
-template <typename T> inline void StoreOne(Split<T> f, int64_t i, Cx<T> v) { Put(f.re + i, v.re); Put(f.im + i, v.im); }
-template <typename T> inline void StoreOne(Pairs<T> f, int64_t i, Cx<T> v) { Put((Cx<T>*)(f.p + 2 * i), v); }
+template <typename T> VEK_BUTTERFLY Cx<T> LoadOne(Split<T> f, int64_t i) { return {Get(f.re + i), Get(f.im + i)}; }
+template <typename T> VEK_BUTTERFLY Cx<T> LoadOne(Pairs<T> f, int64_t i) { return Get((const Cx<T>*)(f.p + 2 * i)); }
+template <typename T> VEK_BUTTERFLY void StoreOne(Split<T> f, int64_t i, Cx<T> v) { Put(f.re + i, v.re); Put(f.im + i, v.im); }
+template <typename T> VEK_BUTTERFLY void StoreOne(Pairs<T> f, int64_t i, Cx<T> v) { Put((Cx<T>*)(f.p + 2 * i), v); }
 
-template <typename T> inline Cx<LanesType<T>> Load(Split<T> f, int64_t i) { return {LoadU(f.re + i), LoadU(f.im + i)}; }
-template <typename T> inline void Store(Split<T> f, int64_t i, Cx<LanesType<T>> v)
+template <typename T> VEK_BUTTERFLY Cx<LanesType<T>> Load(Split<T> f, int64_t i) { return {LoadU(f.re + i), LoadU(f.im + i)}; }
+template <typename T> VEK_BUTTERFLY void Store(Split<T> f, int64_t i, Cx<LanesType<T>> v)
 {
     StoreU(f.re + i, v.re);
     StoreU(f.im + i, v.im);
 }
 
-inline Cx<F> Load(Pairs<Vek32f> f, int64_t i)
+VEK_BUTTERFLY Cx<F> Load(Pairs<Vek32f> f, int64_t i)
 {
     const F a = LoadU(f.p + 2 * i), b = LoadU(f.p + 2 * i + 4);
     return {Pick<0, 2, 0, 2>(a, b), Pick<1, 3, 1, 3>(a, b)};
 }
-inline void Store(Pairs<Vek32f> f, int64_t i, Cx<F> v)
+VEK_BUTTERFLY void Store(Pairs<Vek32f> f, int64_t i, Cx<F> v)
 {
     StoreU(f.p + 2 * i, UnpackLow(v.re, v.im));
     StoreU(f.p + 2 * i + 4, UnpackHigh(v.re, v.im));
 }
-inline Cx<D> Load(Pairs<Vek64f> f, int64_t i)
+VEK_BUTTERFLY Cx<D> Load(Pairs<Vek64f> f, int64_t i)
 {
     const D a = LoadU(f.p + 2 * i), b = LoadU(f.p + 2 * i + 2);
     return {UnpackLow(a, b), UnpackHigh(a, b)};
 }
-inline void Store(Pairs<Vek64f> f, int64_t i, Cx<D> v)
+VEK_BUTTERFLY void Store(Pairs<Vek64f> f, int64_t i, Cx<D> v)
 {
     StoreU(f.p + 2 * i, UnpackLow(v.re, v.im));
     StoreU(f.p + 2 * i + 2, UnpackHigh(v.re, v.im));
 }
 
 // i is a multiple of the lane count; a register of doubles is half a group of four.
-template <typename T> inline T* GroupOf(T* p, int64_t i)
+template <typename T> VEK_BUTTERFLY T* GroupOf(T* p, int64_t i)
 {
     return LanesOf<T>::kCount == 4 ? p + 2 * i : p + 2 * (i & ~(int64_t)3) + (i & 3);
 }
-template <typename T> inline Cx<LanesType<T>> LoadRoot(const T* p) { return {LoadA(p), LoadA(p + 4)}; }
-template <typename T> inline Cx<LanesType<T>> Load(Fours<T> f, int64_t i) { return LoadRoot((const T*)GroupOf(f.p, i)); }
-template <typename T> inline void Store(Fours<T> f, int64_t i, Cx<LanesType<T>> v)
+template <typename T> VEK_BUTTERFLY Cx<LanesType<T>> LoadRoot(const T* p) { return {LoadA(p), LoadA(p + 4)}; }
+template <typename T> VEK_BUTTERFLY Cx<LanesType<T>> Load(Fours<T> f, int64_t i) { return LoadRoot((const T*)GroupOf(f.p, i)); }
+template <typename T> VEK_BUTTERFLY void Store(Fours<T> f, int64_t i, Cx<LanesType<T>> v)
 {
     T* const p = GroupOf(f.p, i);
     StoreA(p, v.re);
@@ -86,14 +86,14 @@ template <typename T> inline void Store(Fours<T> f, int64_t i, Cx<LanesType<T>> 
 }
 
 template <typename Form, typename T>
-inline void Store(Scaled<Form, T> f, int64_t i, Cx<LanesType<T>> v)
+VEK_BUTTERFLY void Store(Scaled<Form, T> f, int64_t i, Cx<LanesType<T>> v)
 {
     Store(f.form, i, Scale(v, SplatLanes(f.scale)));
 }
 
 // Multiplies `count` samples that stand anywhere. A factor of 1 changes no bit.
 template <typename T>
-inline void ScaleSamples(T* p, int64_t count, T factor)
+VEK_BUTTERFLY void ScaleSamples(T* p, int64_t count, T factor)
 {
     if (factor == 1)
         return;

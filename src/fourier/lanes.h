@@ -8,6 +8,9 @@
 // A register type as a template argument loses its alignment attribute, which no template here asks for.
 #pragma GCC diagnostic ignored "-Wignored-attributes"
 
+// A butterfly lives in registers only when it is part of its loop, which the compiler doubts of itself.
+#define VEK_BUTTERFLY inline __attribute__((always_inline))
+
 namespace uvek::VEK_TIER_NAMESPACE {
 
 inline Vek32f Add(Vek32f a, Vek32f b) { return a + b; }
@@ -47,13 +50,13 @@ struct Cx {
     L re, im;
 };
 
-template <typename L> inline Cx<L> Add(Cx<L> a, Cx<L> b) { return {Add(a.re, b.re), Add(a.im, b.im)}; }
-template <typename L> inline Cx<L> Sub(Cx<L> a, Cx<L> b) { return {Sub(a.re, b.re), Sub(a.im, b.im)}; }
-template <typename L> inline Cx<L> Scale(Cx<L> a, L factor) { return {Mul(a.re, factor), Mul(a.im, factor)}; }
+template <typename L> VEK_BUTTERFLY Cx<L> Add(Cx<L> a, Cx<L> b) { return {Add(a.re, b.re), Add(a.im, b.im)}; }
+template <typename L> VEK_BUTTERFLY Cx<L> Sub(Cx<L> a, Cx<L> b) { return {Sub(a.re, b.re), Sub(a.im, b.im)}; }
+template <typename L> VEK_BUTTERFLY Cx<L> Scale(Cx<L> a, L factor) { return {Mul(a.re, factor), Mul(a.im, factor)}; }
 
 // Tables hold the roots of the forward direction; the inverse takes the conjugate by the signs.
 template <bool inverse, typename L>
-inline Cx<L> MulRoot(Cx<L> x, Cx<L> w)
+VEK_BUTTERFLY Cx<L> MulRoot(Cx<L> x, Cx<L> w)
 {
     if constexpr (inverse)
         return {Add(Mul(x.re, w.re), Mul(x.im, w.im)), Sub(Mul(x.im, w.re), Mul(x.re, w.im))};
@@ -63,7 +66,7 @@ inline Cx<L> MulRoot(Cx<L> x, Cx<L> w)
 
 // a + q b and a - q b, where q is a quarter turn in the direction: -i forward, i inverse.
 template <bool inverse, typename L>
-inline Cx<L> AddTurned(Cx<L> a, Cx<L> b)
+VEK_BUTTERFLY Cx<L> AddTurned(Cx<L> a, Cx<L> b)
 {
     if constexpr (inverse)
         return {Sub(a.re, b.im), Add(a.im, b.re)};
@@ -72,14 +75,14 @@ inline Cx<L> AddTurned(Cx<L> a, Cx<L> b)
 }
 
 template <bool inverse, typename L>
-inline Cx<L> SubTurned(Cx<L> a, Cx<L> b)
+VEK_BUTTERFLY Cx<L> SubTurned(Cx<L> a, Cx<L> b)
 {
     return AddTurned<!inverse>(a, b);
 }
 
 // Transforms of 2, 4 and 8 elements in natural order, in place.
 template <typename L>
-inline void Butterfly2(Cx<L>& a, Cx<L>& b)
+VEK_BUTTERFLY void Butterfly2(Cx<L>& a, Cx<L>& b)
 {
     const Cx<L> x = a;
     a = Add(x, b);
@@ -87,7 +90,7 @@ inline void Butterfly2(Cx<L>& a, Cx<L>& b)
 }
 
 template <bool inverse, typename L>
-inline void Butterfly4(Cx<L>& x0, Cx<L>& x1, Cx<L>& x2, Cx<L>& x3)
+VEK_BUTTERFLY void Butterfly4(Cx<L>& x0, Cx<L>& x1, Cx<L>& x2, Cx<L>& x3)
 {
     const Cx<L> s02 = Add(x0, x2), d02 = Sub(x0, x2), s13 = Add(x1, x3), d13 = Sub(x1, x3);
     x0 = Add(s02, s13);
@@ -96,30 +99,21 @@ inline void Butterfly4(Cx<L>& x0, Cx<L>& x1, Cx<L>& x2, Cx<L>& x3)
     x3 = SubTurned<inverse>(d02, d13);
 }
 
+// The odd half of a transform of eight: a transform of four whose results are turned by as many
+// eighths, the last one with its sign reversed.
 template <bool inverse, typename L>
-inline void Butterfly8(Cx<L> (&x)[8])
+VEK_BUTTERFLY void OddHalf8(Cx<L>& x1, Cx<L>& x3, Cx<L>& x5, Cx<L>& x7)
 {
     const L half = ConstantOf<L>::Make(0.70710678118654752440);
-    Butterfly4<inverse>(x[1], x[3], x[5], x[7]);
-    // x1 and x7 (slots 3 and 7) turn by an eighth and three eighths: (1, q) and (-1, q) times sqrt(1/2).
-    const Cx<L> p = x[3], r = x[7];
+    Butterfly4<inverse>(x1, x3, x5, x7);
+    const Cx<L> p = x3, r = x7;
     if constexpr (inverse) {
-        x[3] = {Mul(half, Sub(p.re, p.im)), Mul(half, Add(p.im, p.re))};
-        x[7] = {Mul(half, Add(r.im, r.re)), Mul(half, Sub(r.im, r.re))};  // minus the turned value
+        x3 = {Mul(half, Sub(p.re, p.im)), Mul(half, Add(p.im, p.re))};
+        x7 = {Mul(half, Add(r.im, r.re)), Mul(half, Sub(r.im, r.re))};
     } else {
-        x[3] = {Mul(half, Add(p.re, p.im)), Mul(half, Sub(p.im, p.re))};
-        x[7] = {Mul(half, Sub(r.re, r.im)), Mul(half, Add(r.re, r.im))};
+        x3 = {Mul(half, Add(p.re, p.im)), Mul(half, Sub(p.im, p.re))};
+        x7 = {Mul(half, Sub(r.re, r.im)), Mul(half, Add(r.re, r.im))};
     }
-    Butterfly4<inverse>(x[0], x[2], x[4], x[6]);
-    const Cx<L> e0 = x[0], e1 = x[2], e2 = x[4], e3 = x[6], o0 = x[1], o1 = x[3], o2 = x[5], o3 = x[7];
-    x[0] = Add(e0, o0);
-    x[4] = Sub(e0, o0);
-    x[1] = Add(e1, o1);
-    x[5] = Sub(e1, o1);
-    x[2] = AddTurned<inverse>(e2, o2);
-    x[6] = SubTurned<inverse>(e2, o2);
-    x[3] = Sub(e3, o3);
-    x[7] = Add(e3, o3);
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE
