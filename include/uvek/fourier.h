@@ -57,6 +57,40 @@ VekStatus veksFFTFree_R_32f(VekFftSpec* pSpec);
    Returns StatusNullPointer (pSpec), StatusBadContext, StatusNullPointer (data), StatusNoMemory, StatusOk. */
 VekStatus veksFFTFwd_RToCCS_32f(const Vek32f* pSrc, Vek32f* pDst, const VekFftSpec* pSpec, Vek8u* pBuffer);
 
+/* A record of two-dimensional transforms of one size, any width and height of at least 1. It is used
+   like VekFftSpec. Each of the row and the column pass scales by its own length, so that 1 / n stands for
+   1 / (width * height) in all. */
+typedef struct VekDft2Spec VekDft2Spec;
+
+/* Make a record for complex images, or for real ones. *ppSpec is set on success only; it goes back by the
+   Free function of its kind.
+   Return StatusNullPointer, StatusBadSize (a width or height below 1), StatusNoMemory, StatusBadFftFlag,
+   StatusOk. */
+VekStatus vekiDFTInitAlloc_C_32fc(VekDft2Spec** ppSpec, VekImageSize roiSize, Vek32s flag, Vek32s hint);
+VekStatus vekiDFTInitAlloc_R_32f(VekDft2Spec** ppSpec, VekImageSize roiSize, Vek32s flag, Vek32s hint);
+
+/* Return StatusNullPointer, StatusBadContext (another kind of record, which stays as it is), StatusOk. */
+VekStatus vekiDFTFree_C_32fc(VekDft2Spec* pSpec);
+VekStatus vekiDFTFree_R_32f(VekDft2Spec* pSpec);
+
+/* Transform a complex image of the record's size. srcStep, dstStep: bytes between rows, at least 1; a
+   single row does not use them. pDst with dstStep may be pSrc with srcStep. A pass that runs short of memory
+   ends the call, and the destination is then as the passes before left it.
+   Return StatusNullPointer (pSpec), StatusBadContext, StatusNullPointer (data), StatusBadStep, StatusNoMemory,
+   StatusOk. */
+VekStatus vekiDFTFwd_CToC_32fc_C1R(const Vek32fc* pSrc, Vek32s srcStep, Vek32fc* pDst, Vek32s dstStep,
+                                   const VekDft2Spec* pSpec, Vek8u* pBuffer);
+VekStatus vekiDFTInv_CToC_32fc_C1R(const Vek32fc* pSrc, Vek32s srcStep, Vek32fc* pDst, Vek32s dstStep,
+                                   const VekDft2Spec* pSpec, Vek8u* pBuffer);
+
+/* Transforms a real image to its spectrum in Pack layout, an image of the same size. In one dimension Pack
+   is Re X[0], Re X[1], Im X[1], Re X[2], .., and for an even length Re X[n/2] last. Here each row is the Pack of
+   its transform along x; then column 0 and, for an even width, the last column, which hold reals, become Packs
+   downward, and each pair of columns between them, a complex column, is transformed as such. Arguments and
+   statuses as above. */
+VekStatus vekiDFTFwd_RToPack_32f_C1R(const Vek32f* pSrc, Vek32s srcStep, Vek32f* pDst, Vek32s dstStep,
+                                     const VekDft2Spec* pSpec, Vek8u* pBuffer);
+
 UVEK_END
 
 #endif
