@@ -45,7 +45,7 @@ void GrayRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width, const FixedWeights& w
 {
     const Vek32u* const k = weights.k;
     Vek32s x = 0;
-    if constexpr (kBlocks)
+    if (kBlocks)
         x = RunBlocks<channels, 1>(GrayBlocks<channels>, pSrc, pDst, width, ProductWeights((int)k[0], (int)k[1], (int)k[2]));
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * channels);
@@ -87,7 +87,7 @@ void GrayRow(const Vek16u* pSrc, Vek16u* pDst, Vek32s width, const FloatWeights&
 {
     const Vek32f* const k = weights.k;
     Vek32s x = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         const F ka = SplatF(k[0]), kb = SplatF(k[1]), kc = SplatF(k[2]);
         for (; width - x >= 8; x += 8) {
             const Vek16u* const p = Offset(pSrc, (int64_t)x * channels * 2);

@@ -96,7 +96,7 @@ VekStatus vekiRGBToHSV_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Ve
         const Vek8u* const src = Row(pSrc, srcStep, y);
         Vek8u* const dst = Row(pDst, dstStep, y);
         Vek32s x = 0;
-        if constexpr (kBlocks)
+        if (kBlocks)
             x = RunBlocks<3, 3>(ConvertBlocks, src, dst, roiSize.width);
         for (; x < roiSize.width; ++x)
             ConvertPixel(Offset(src, (int64_t)x * 3), Offset(dst, (int64_t)x * 3));

@@ -26,7 +26,7 @@ void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
+    if (kBlocks)
         x = RunBlocks<3, 2>(ForwardBlocks, pSrc, pDst, width);
     for (; x < (width & ~1); x += 2) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);
@@ -48,7 +48,7 @@ void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 void WeaveRow(const Vek8u* pLuma, const Vek8u* pCb, const Vek8u* pCr, Vek8u* pDst, Vek32s pairs)
 {
     Vek32s i = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         for (; pairs - i >= 16; i += 16) {
             const V cb = LoadU(pCb + i), cr = LoadU(pCr + i), low = UnpackLow8(cb, cr), high = UnpackHigh8(cb, cr);
             const Vek8u* const luma = Offset(pLuma, (int64_t)i * 2);

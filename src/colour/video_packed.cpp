@@ -48,7 +48,7 @@ void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
+    if (kBlocks)
         x = RunBlocks<3, 3>(ForwardBlocks, pSrc, pDst, width);
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);
@@ -82,7 +82,7 @@ void InverseBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 void InverseRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
+    if (kBlocks)
         x = RunBlocks<3, 3>(InverseBlocks, pSrc, pDst, width);
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);

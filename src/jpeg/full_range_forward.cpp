@@ -160,7 +160,7 @@ void PlanarBlocks(const Vek8u* src, Vek8u* y, Vek8u* cb, Vek8u* cr, Vek8u* k, Ve
 template <Layout layout>
 void LumaRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         LumaBlocks<layout>(pSrc, pDst, width / 16);
         const Vek32s x = width & ~15;
         if (const int rest = width - x) {
@@ -193,7 +193,7 @@ template <Layout layout>
 void PlanarRow(const Vek8u* pSrc, const Planes& dst, Vek32s width)
 {
     constexpr int channels = kChannels<layout>;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         constexpr const WeightSet& set = layout == Layout::CMYK ? kSet14 : kSet15;
         PlanarBlocks<layout, set>(pSrc, dst.at[0], dst.at[1], dst.at[2], dst.at[3], width / 16);
         const Vek32s x = width & ~15;

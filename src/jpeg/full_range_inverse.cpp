@@ -113,7 +113,7 @@ void ConvertRow(const SourcePlanes& src, Vek8u* pDst, Vek32s width)
 {
     constexpr int channels = kChannels<layout>;
     Vek32s x = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         ConvertBlocks<layout>(src.at[0], src.at[1], src.at[2], src.at[3], pDst, width / 16);
         x = width & ~15;
         if (const int groups = (width - x) & ~3) {
