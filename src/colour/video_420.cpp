@@ -59,9 +59,11 @@ void InverseRows(const Vek8u* const luma[2], const Vek8u* pCb, const Vek8u* pCr,
             for (int y = 0; y < 2; ++y) {
                 const V samples = LoadU(Offset(luma[y], (int64_t)i * 2));
                 const V low = LumaTerm(UnpackLow8(zero, samples)), high = LumaTerm(UnpackHigh8(zero, samples));
-                StoreClamped3x8(Offset(dst[y], (int64_t)i * 6), ShiftRight16s<4>(Add16(low, b.low)), ShiftRight16s<4>(Add16(high, b.high)),
-                                ShiftRight16s<4>(Add16(low, g.low)), ShiftRight16s<4>(Add16(high, g.high)),
-                                ShiftRight16s<4>(Add16(low, r.low)), ShiftRight16s<4>(Add16(high, r.high)));
+                V x, z, w;
+                ClampInterleave3x8(ShiftRight16s<4>(Add16(low, b.low)), ShiftRight16s<4>(Add16(high, b.high)),
+                                   ShiftRight16s<4>(Add16(low, g.low)), ShiftRight16s<4>(Add16(high, g.high)),
+                                   ShiftRight16s<4>(Add16(low, r.low)), ShiftRight16s<4>(Add16(high, r.high)), x, z, w);
+                StorePixels3x8<16>(Offset(dst[y], (int64_t)i * 6), x, z, w);
             }
         }
     }
