@@ -129,12 +129,12 @@ inline void ClampInterleave3x8(V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh
     }
 }
 
-// 16 or 8 interleaved pixels of three bytes; of 8, the second half of b and c are zero.
+// 16, 8 or 4 interleaved pixels of three bytes, and zero in what is left of a, b and c.
 template <int pixels>
 inline void LoadPixels3x8(const Vek8u* p, V& a, V& b, V& c)
 {
-    a = LoadU(p);
-    b = pixels == 16 ? LoadU(p + 16) : Load64(p + 16);
+    a = pixels == 4 ? UnpackLow64(Load64(p), Load32(p + 8)) : LoadU(p);
+    b = pixels == 16 ? LoadU(p + 16) : pixels == 8 ? Load64(p + 16) : Zero();
     c = pixels == 16 ? LoadU(p + 32) : Zero();
 }
 
@@ -150,14 +150,16 @@ inline void StorePixels3x8(Vek8u* p, V a, V b, V c)
     }
 }
 
-// 16 or 8 bytes.
+// 16, 8 or 4 bytes.
 template <int count>
 inline void StoreBytes(Vek8u* p, V v)
 {
     if constexpr (count == 16)
         StoreU(p, v);
-    else
+    else if constexpr (count == 8)
         Store64(p, v);
+    else
+        Store32(p, v);
 }
 
 // 16 pixels of four bytes; each UnpackLow/High pair is a step of a perfect shuffle of 64 bytes.

@@ -64,12 +64,14 @@ inline void SplitGroup(V v, V& redGreen, V& blueOne)
     blueOne = Or(Shuffle8(v, Lanes8(b, -1, -1, -1, b + n, -1, -1, -1, b + 2 * n, -1, -1, -1, b + 3 * n, -1, -1, -1)), Splat32(1 << 16));
 }
 
-// A group that is the last one of 16 or 8 pixels: the load ends with it.
-template <Layout layout>
+// A group that is the last one of 16, 8 or 4 pixels: the load ends with it.
+template <Layout layout, int pixels>
 inline V LoadLastGroup(const Vek8u* p)
 {
     if constexpr (layout == Layout::CMYK)
         return LoadU(p);
+    else if constexpr (pixels == 4)
+        return UnpackLow64(Load64(p), Load32(p + 8));
     else
         return BytesDown<4>(LoadU(p - 4));
 }
@@ -80,18 +82,19 @@ inline Pairs LoadPairs(const Vek8u* p)
     constexpr int bytes = 4 * kChannels<layout>;
     Pairs pairs = {};
     if constexpr (kHasByteShuffle) {
-        SplitGroup<layout>(LoadU(p), pairs.redGreen[0], pairs.blueOne[0]);
+        if constexpr (pixels > 4)
+            SplitGroup<layout>(LoadU(p), pairs.redGreen[0], pairs.blueOne[0]);
         if constexpr (pixels == 16) {
             SplitGroup<layout>(LoadU(p + bytes), pairs.redGreen[1], pairs.blueOne[1]);
             SplitGroup<layout>(LoadU(p + 2 * bytes), pairs.redGreen[2], pairs.blueOne[2]);
         }
         constexpr int last = pixels / 4 - 1;
-        SplitGroup<layout>(LoadLastGroup<layout>(p + last * bytes), pairs.redGreen[last], pairs.blueOne[last]);
+        SplitGroup<layout>(LoadLastGroup<layout, pixels>(p + last * bytes), pairs.redGreen[last], pairs.blueOne[last]);
     } else {
         V first, green, last;
         if constexpr (layout == Layout::CMYK) {
             first = LoadU(p);
-            green = LoadU(p + 16);
+            green = pixels > 4 ? LoadU(p + 16) : Zero();
             last = pixels == 16 ? LoadU(p + 32) : Zero();
             V black = pixels == 16 ? LoadU(p + 48) : Zero();
             Deinterleave4x8(first, green, last, black);
@@ -142,14 +145,12 @@ inline Vek8u Weighted(Rgb p, const Weights& w, int bits, int centre)
     return (Vek8u)Min((w.r * p.r + w.g * p.g + w.b * p.b + w.offset + (centre << bits)) >> bits, 255);
 }
 
-// The fourth samples of 16 or 8 pixels.
+// The fourth samples of 16, 8 or 4 pixels.
 template <int pixels>
 inline V Black(const Vek8u* p)
 {
-    const V low = Pack32sTo16s(ShiftRight32u<24>(LoadU(p)), ShiftRight32u<24>(LoadU(p + 16)));
-    if constexpr (pixels == 8)
-        return Pack16sTo8u(low, low);
-    return Pack16sTo8u(low, Pack32sTo16s(ShiftRight32u<24>(LoadU(p + 32)), ShiftRight32u<24>(LoadU(p + 48))));
+    const auto group = [=](int i) { return 4 * i < pixels ? ShiftRight32u<24>(LoadU(p + 16 * i)) : Zero(); };
+    return Pack16sTo8u(Pack32sTo16s(group(0), group(1)), Pack32sTo16s(group(2), group(3)));
 }
 
 struct Planes {
@@ -181,6 +182,10 @@ void LumaRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
             Store64(pDst + x, Luma<kSet15>(LoadPairs<layout, 8>(pixel(x))));
             x += 8;
         }
+        if (width - x >= 4) {
+            Store32(pDst + x, Luma<kSet15>(LoadPairs<layout, 4>(pixel(x))));
+            x += 4;
+        }
     }
     for (; x < width; ++x) {
         const Rgb p = Pixel<layout>(pixel(x));
@@ -201,6 +206,10 @@ void PlanarRow(const Vek8u* pSrc, const Planes& row, Vek32s width)
         if (width - x >= 8) {
             ConvertBlock<layout, set, 8>(pixel(x), dst, x);
             x += 8;
+        }
+        if (width - x >= 4) {
+            ConvertBlock<layout, kSet14, 4>(pixel(x), dst, x);
+            x += 4;
         }
     }
     for (; x < width; ++x) {
