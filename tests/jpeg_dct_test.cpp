@@ -55,7 +55,9 @@ Samples Inverse(const Coefficients& coefficients, const Table& table)
     return out;
 }
 
-double Basis(int k, int n) { return (k == 0 ? std::sqrt(0.125) : 0.5) * std::cos((2 * n + 1) * k * M_PI / 16); }
+constexpr double kPi = 3.14159265358979323846;
+
+double Basis(int k, int n) { return (k == 0 ? std::sqrt(0.125) : 0.5) * std::cos((2 * n + 1) * k * kPi / 16); }
 
 // The transform and its inverse by their sums, in double.
 std::array<double, 64> Transform(const std::array<double, 64>& in, bool inverse)
@@ -101,8 +103,8 @@ int NarrowWeight(int row, int k, int n)
     const int* const w = scale[std::min(row, 8 - row) % 4];
     if (k == 0)
         return w[4];
-    const double c = std::cos((2 * n + 1) * k * M_PI / 16);
-    const int j = (int)std::lround(std::acos(std::fabs(c)) * 16 / M_PI);
+    const double c = std::cos((2 * n + 1) * k * kPi / 16);
+    const int j = (int)std::lround(std::acos(std::fabs(c)) * 16 / kPi);
     return c > 0 ? w[j] : -w[j];
 }
 

@@ -31,12 +31,12 @@ FixedWeights ToFixed(const Vek32f* coeffs)
 // Products keep 4 fraction bits.
 inline V GrayWords(const Products& p) { return ShiftRight16u<4>(AddSat16u(AddSat16u(p.r, p.g), p.b)); }
 
-template <int channels>
+template <int channels, int count>
 void GrayBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks, ProductWeights weights)
 {
     for (; blocks > 0; --blocks, src += 16 * channels, dst += 16) {
-        const Pixels16<channels> pixels = LoadPixels<channels>(src);
-        StoreU(dst, Pack16sTo8u(GrayWords(HighProducts<0>(pixels, weights)), GrayWords(HighProducts<1>(pixels, weights))));
+        const Pixels16<channels> pixels = LoadPixels<channels, count>(src);
+        StoreBytes<count>(dst, Pack16sTo8u(GrayWords(HighProducts<0>(pixels, weights)), GrayWords(HighProducts<1>(pixels, weights))));
     }
 }
 
@@ -45,8 +45,8 @@ void GrayRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width, const FixedWeights& w
 {
     const Vek32u* const k = weights.k;
     Vek32s x = 0;
-    if constexpr (kBlocks)
-        x = RunBlocks<channels, 1>(GrayBlocks<channels>, pSrc, pDst, width, ProductWeights((int)k[0], (int)k[1], (int)k[2]));
+    if (kBlocks)
+        x = RunBlocks<channels, 1>(GrayBlocks<channels, 16>, GrayBlocks<channels, 8>, pSrc, pDst, width, ProductWeights((int)k[0], (int)k[1], (int)k[2]));
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * channels);
         pDst[x] = (Vek8u)((p[0] * k[0] + p[1] * k[1] + p[2] * k[2]) >> 12);
@@ -87,7 +87,7 @@ void GrayRow(const Vek16u* pSrc, Vek16u* pDst, Vek32s width, const FloatWeights&
 {
     const Vek32f* const k = weights.k;
     Vek32s x = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         const F ka = SplatF(k[0]), kb = SplatF(k[1]), kc = SplatF(k[2]);
         for (; width - x >= 8; x += 8) {
             const Vek16u* const p = Offset(pSrc, (int64_t)x * channels * 2);

@@ -13,42 +13,47 @@ struct Pixels16 {
     V v[4];  // groups of four pixels, or three planes
 };
 
-// Where the pixels of a group start in its register: the last one is loaded so that it ends with them.
-template <int channels, int group> constexpr int kSkip = group == 3 ? 16 - 4 * channels : 0;
-
-template <int channels>
+// 16 pixels, or 8 that stand in the first two groups or the low halves of the planes.
+template <int channels, int pixels = 16>
 inline Pixels16<channels> LoadPixels(const Vek8u* p)
 {
-    constexpr int bytes = 4 * channels;
-    if constexpr (kHasByteShuffle)
-        return {{LoadU(p), LoadU(p + bytes), LoadU(p + 2 * bytes), LoadU(p + 3 * bytes - kSkip<channels, 3>)}};
-    V a = LoadU(p), b = LoadU(p + 16), c = LoadU(p + 32), d = Zero();
+    constexpr int bytes = 4 * channels, skip = 16 - bytes, last = pixels / 4 - 1;
+    if constexpr (kHasByteShuffle) {
+        Pixels16<channels> groups = {};
+        for (int i = 0; i < last; ++i)
+            groups.v[i] = LoadU(p + i * bytes);
+        groups.v[last] = BytesDown<skip>(LoadU(p + last * bytes - skip));  // the load ends with the pixels
+        return groups;
+    }
+    V a, b, c, d = Zero();
     if constexpr (channels == 4) {
-        d = LoadU(p + 48);
+        a = LoadU(p);
+        b = LoadU(p + 16);
+        c = pixels == 16 ? LoadU(p + 32) : Zero();
+        d = pixels == 16 ? LoadU(p + 48) : Zero();
         Deinterleave4x8(a, b, c, d);
     } else {
+        LoadPixels3x8<pixels>(p, a, b, c);
         Deinterleave3x8(a, b, c);
     }
     return {{a, b, c, d}};
 }
 
 // R0 .. R3 and G0 .. G3 in the upper halves of words.
-template <int channels, int group>
+template <int channels>
 inline V RedGreenHigh(V v)
 {
-    constexpr int r = kSkip<channels, group>, g = r + 1, n = channels;
-    return Shuffle8(v, Lanes8(-1, r, -1, r + n, -1, r + 2 * n, -1, r + 3 * n, -1, g, -1, g + n, -1, g + 2 * n, -1, g + 3 * n));
+    constexpr int n = channels;
+    return Shuffle8(v, Lanes8(-1, 0, -1, n, -1, 2 * n, -1, 3 * n, -1, 1, -1, n + 1, -1, 2 * n + 1, -1, 3 * n + 1));
 }
 
-// B0 .. B3 in the upper halves of words of the low (group 0, 2) or the high (group 1, 3) half.
-template <int channels, int group>
-inline V BlueHigh(V v)
+// B0 .. B3 of two groups in the upper halves of words.
+template <int channels>
+inline V BlueHigh(V first, V second)
 {
-    constexpr int b = kSkip<channels, group> + 2, n = channels;
-    if constexpr (group % 2 == 0)
-        return Shuffle8(v, Lanes8(-1, b, -1, b + n, -1, b + 2 * n, -1, b + 3 * n, -1, -1, -1, -1, -1, -1, -1, -1));
-    else
-        return Shuffle8(v, Lanes8(-1, -1, -1, -1, -1, -1, -1, -1, -1, b, -1, b + n, -1, b + 2 * n, -1, b + 3 * n));
+    constexpr int b = 2, n = channels;
+    return Or(Shuffle8(first, Lanes8(-1, b, -1, b + n, -1, b + 2 * n, -1, b + 3 * n, -1, -1, -1, -1, -1, -1, -1, -1)),
+              Shuffle8(second, Lanes8(-1, -1, -1, -1, -1, -1, -1, -1, -1, b, -1, b + n, -1, b + 2 * n, -1, b + 3 * n)));
 }
 
 // Blue of pixels 0 to 7 (half 0) or 8 to 15, in the upper halves of words.
@@ -56,7 +61,7 @@ template <int half, int channels>
 inline V BlueWords(const Pixels16<channels>& pixels)
 {
     if constexpr (kHasByteShuffle)
-        return Or(BlueHigh<channels, 2 * half>(pixels.v[2 * half]), BlueHigh<channels, 2 * half + 1>(pixels.v[2 * half + 1]));
+        return BlueHigh<channels>(pixels.v[2 * half], pixels.v[2 * half + 1]);
     else
         return half == 0 ? UnpackLow8(Zero(), pixels.v[2]) : UnpackHigh8(Zero(), pixels.v[2]);
 }
@@ -77,8 +82,8 @@ inline Products HighProducts(const Pixels16<channels>& pixels, const ProductWeig
 {
     const V b = MulHigh16u(BlueWords<half>(pixels), w.b);
     if constexpr (kHasByteShuffle) {
-        const V first = MulHigh16u(RedGreenHigh<channels, 2 * half>(pixels.v[2 * half]), w.rg);
-        const V second = MulHigh16u(RedGreenHigh<channels, 2 * half + 1>(pixels.v[2 * half + 1]), w.rg);
+        const V first = MulHigh16u(RedGreenHigh<channels>(pixels.v[2 * half]), w.rg);
+        const V second = MulHigh16u(RedGreenHigh<channels>(pixels.v[2 * half + 1]), w.rg);
         return {UnpackLow64(first, second), UnpackHigh64(first, second), b};
     } else {
         const V red = half == 0 ? UnpackLow8(Zero(), pixels.v[0]) : UnpackHigh8(Zero(), pixels.v[0]);
@@ -92,8 +97,7 @@ template <int group>
 inline V RedGreenPairs(const Pixels16<3>& pixels)
 {
     if constexpr (kHasByteShuffle) {
-        constexpr int r = kSkip<3, group>;
-        return Shuffle8(pixels.v[group], Lanes8(r, -1, r + 1, -1, r + 3, -1, r + 4, -1, r + 6, -1, r + 7, -1, r + 9, -1, r + 10, -1));
+        return Shuffle8(pixels.v[group], Lanes8(0, -1, 1, -1, 3, -1, 4, -1, 6, -1, 7, -1, 9, -1, 10, -1));
     } else {
         const V rg = group < 2 ? UnpackLow8(pixels.v[0], pixels.v[1]) : UnpackHigh8(pixels.v[0], pixels.v[1]);
         return group % 2 == 0 ? WidenLow8u(rg) : WidenHigh8u(rg);
@@ -110,18 +114,13 @@ struct PairSums {
 };
 
 // R G R G B - B - of the two pair sums of a group.
-template <int group>
-inline V SumsOfGroup(V v)
-{
-    constexpr int k = kSkip<3, group>;
-    return SumPairs8u(Shuffle8(v, Lanes8(k, k + 3, k + 1, k + 4, k + 6, k + 9, k + 7, k + 10, k + 2, k + 5, -1, -1, k + 8, k + 11, -1, -1)));
-}
+inline V SumsOfGroup(V v) { return SumPairs8u(Shuffle8(v, Lanes8(0, 3, 1, 4, 6, 9, 7, 10, 2, 5, -1, -1, 8, 11, -1, -1))); }
 
 inline PairSums SumPairs(const Pixels16<3>& pixels)
 {
     const V* const v = pixels.v;
     if constexpr (kHasByteShuffle)
-        return {{SumsOfGroup<0>(v[0]), SumsOfGroup<1>(v[1]), SumsOfGroup<2>(v[2]), SumsOfGroup<3>(v[3])}};
+        return {{SumsOfGroup(v[0]), SumsOfGroup(v[1]), SumsOfGroup(v[2]), SumsOfGroup(v[3])}};
     const V r = SumPairs8u(v[0]), g = SumPairs8u(v[1]), b = SumPairs8u(v[2]);
     return {{UnpackLow16(r, g), UnpackHigh16(r, g), UnpackLow16(b, Zero()), UnpackHigh16(b, Zero())}};
 }

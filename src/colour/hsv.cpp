@@ -59,10 +59,12 @@ inline V Saturation(V delta, V max)
     return Pack32sTo16s(SaturationOf4(WidenLow16u(delta), WidenLow16u(max)), SaturationOf4(WidenHigh16u(delta), WidenHigh16u(max)));
 }
 
+template <int pixels>
 void ConvertBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
     for (; blocks > 0; --blocks, src += 48, dst += 48) {
-        V r = LoadU(src), g = LoadU(src + 16), b = LoadU(src + 32);
+        V r, g, b;
+        LoadPixels3x8<pixels>(src, r, g, b);
         Deinterleave3x8(r, g, b);
         V max = Max8u(r, Max8u(g, b));
         const V min = Min8u(r, Min8u(g, b)), delta = Sub8(max, min), gray = Equal8(delta, Zero());
@@ -79,9 +81,7 @@ void ConvertBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
         V hue = AndNot(gray, Pack16sTo8u(hueLow, hueHigh));
         V saturation = AndNot(gray, Pack16sTo8u(Saturation(WidenLow8u(delta), WidenLow8u(max)), Saturation(WidenHigh8u(delta), WidenHigh8u(max))));
         Interleave3x8(hue, saturation, max);
-        StoreU(dst, hue);
-        StoreU(dst + 16, saturation);
-        StoreU(dst + 32, max);
+        StorePixels3x8<pixels>(dst, hue, saturation, max);
     }
 }
 
@@ -96,8 +96,8 @@ VekStatus vekiRGBToHSV_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Ve
         const Vek8u* const src = Row(pSrc, srcStep, y);
         Vek8u* const dst = Row(pDst, dstStep, y);
         Vek32s x = 0;
-        if constexpr (kBlocks)
-            x = RunBlocks<3, 3>(ConvertBlocks, src, dst, roiSize.width);
+        if (kBlocks)
+            x = RunBlocks<3, 3>(ConvertBlocks<16>, ConvertBlocks<8>, src, dst, roiSize.width);
         for (; x < roiSize.width; ++x)
             ConvertPixel(Offset(src, (int64_t)x * 3), Offset(dst, (int64_t)x * 3));
     }

@@ -12,7 +12,7 @@ constexpr Vek32s kQuadOffset = (1 << 15) - (128 << 18);
 void ForwardRows(const Vek8u* const src[2], Vek8u* const luma[2], Vek8u* pCb, Vek8u* pCr, Vek32s pairs)
 {
     Vek32s i = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         for (; pairs - i >= 8; i += 8) {
             const Pixels16<3> upper = LoadPixels<3>(Offset(src[0], (int64_t)i * 6)), lower = LoadPixels<3>(Offset(src[1], (int64_t)i * 6));
             StoreU(Offset(luma[0], (int64_t)i * 2), LumaBytes(upper, kLumaWordOffsetNearest, kLumaWordOffsetNearest));
@@ -50,7 +50,7 @@ inline Doubled Double(V v) { return {UnpackLow16(v, v), UnpackHigh16(v, v)}; }
 void InverseRows(const Vek8u* const luma[2], const Vek8u* pCb, const Vek8u* pCr, Vek8u* const dst[2], Vek32s pairs)
 {
     Vek32s i = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         const V zero = Zero(), centre = Splat8(128);
         for (; pairs - i >= 8; i += 8) {
             const V cb = UnpackLow8(zero, Xor(Load64(pCb + i), centre)), cr = UnpackLow8(zero, Xor(Load64(pCr + i), centre));
@@ -59,9 +59,11 @@ void InverseRows(const Vek8u* const luma[2], const Vek8u* pCb, const Vek8u* pCr,
             for (int y = 0; y < 2; ++y) {
                 const V samples = LoadU(Offset(luma[y], (int64_t)i * 2));
                 const V low = LumaTerm(UnpackLow8(zero, samples)), high = LumaTerm(UnpackHigh8(zero, samples));
-                StoreClamped3x8(Offset(dst[y], (int64_t)i * 6), ShiftRight16s<4>(Add16(low, b.low)), ShiftRight16s<4>(Add16(high, b.high)),
-                                ShiftRight16s<4>(Add16(low, g.low)), ShiftRight16s<4>(Add16(high, g.high)),
-                                ShiftRight16s<4>(Add16(low, r.low)), ShiftRight16s<4>(Add16(high, r.high)));
+                V x, z, w;
+                ClampInterleave3x8(ShiftRight16s<4>(Add16(low, b.low)), ShiftRight16s<4>(Add16(high, b.high)),
+                                   ShiftRight16s<4>(Add16(low, g.low)), ShiftRight16s<4>(Add16(high, g.high)),
+                                   ShiftRight16s<4>(Add16(low, r.low)), ShiftRight16s<4>(Add16(high, r.high)), x, z, w);
+                StorePixels3x8<16>(Offset(dst[y], (int64_t)i * 6), x, z, w);
             }
         }
     }

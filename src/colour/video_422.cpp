@@ -9,25 +9,27 @@ namespace {
 constexpr Vek32s kSecondLumaOffset = 16 << 16;  // the second pixel of a pair is not rounded
 constexpr Vek32s kPairOffset = (1 << 16) - (128 << 17);
 
+template <int count>
 void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
     for (; blocks > 0; --blocks, src += 48, dst += 32) {
-        const Pixels16<3> pixels = LoadPixels<3>(src);
+        const Pixels16<3> pixels = LoadPixels<3, count>(src);
         const V luma = LumaBytes(pixels, kLumaWordOffsetNearest, kLumaWordOffset);
         // Halved weights leave 16 bits to take off the sum of two; the half is 2 times 16384.
         const PairSums sums = SumPairs(pixels);
         const V cb = ChromaWords<16>(sums, kHalfCb, 2, 14), cr = ChromaWords<16>(sums, kHalfCr, 2, 14);
         const V chroma = Xor(Pack16sTo8s(UnpackLow16(cb, cr), UnpackHigh16(cb, cr)), Splat8(128));
         StoreU(dst, UnpackLow8(luma, chroma));
-        StoreU(dst + 16, UnpackHigh8(luma, chroma));
+        if constexpr (count == 16)
+            StoreU(dst + 16, UnpackHigh8(luma, chroma));
     }
 }
 
 void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
-        x = RunBlocks<3, 2>(ForwardBlocks, pSrc, pDst, width);
+    if (kBlocks)
+        x = RunBlocks<3, 2>(ForwardBlocks<16>, ForwardBlocks<8>, pSrc, pDst, width);
     for (; x < (width & ~1); x += 2) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);
         const Vek32s r = p[0] + p[3], g = p[1] + p[4], b = p[2] + p[5];
@@ -48,7 +50,7 @@ void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 void WeaveRow(const Vek8u* pLuma, const Vek8u* pCb, const Vek8u* pCr, Vek8u* pDst, Vek32s pairs)
 {
     Vek32s i = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         for (; pairs - i >= 16; i += 16) {
             const V cb = LoadU(pCb + i), cr = LoadU(pCr + i), low = UnpackLow8(cb, cr), high = UnpackHigh8(cb, cr);
             const Vek8u* const luma = Offset(pLuma, (int64_t)i * 2);

@@ -31,25 +31,24 @@ inline V Chroma(const Words& low, const Words& high, const HalfWeights& k)
     return Xor(Pack16sTo8s(PackedSum(low, k), PackedSum(high, k)), Splat8(128));
 }
 
+template <int count>
 void ForwardBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
     for (; blocks > 0; --blocks, src += 48, dst += 48) {
-        const Pixels16<3> pixels = LoadPixels<3>(src);
+        const Pixels16<3> pixels = LoadPixels<3, count>(src);
         const Words low = {RedGreenPairs<0>(pixels), RedGreenPairs<1>(pixels), ShiftRight16u<3>(BlueWords<0>(pixels))};
         const Words high = {RedGreenPairs<2>(pixels), RedGreenPairs<3>(pixels), ShiftRight16u<3>(BlueWords<1>(pixels))};
         V y = Luma(low, high), cb = Chroma(low, high, kHalfCb), cr = Chroma(low, high, kHalfCr);
         Interleave3x8(y, cb, cr);
-        StoreU(dst, y);
-        StoreU(dst + 16, cb);
-        StoreU(dst + 32, cr);
+        StorePixels3x8<count>(dst, y, cb, cr);
     }
 }
 
 void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
-        x = RunBlocks<3, 3>(ForwardBlocks, pSrc, pDst, width);
+    if (kBlocks)
+        x = RunBlocks<3, 3>(ForwardBlocks<16>, ForwardBlocks<8>, pSrc, pDst, width);
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);
         const Vek8u y = LumaOf(p), cb = CbOf(p[0], p[1], p[2], kChromaOffset, kChromaShift), cr = CrOf(p[0], p[1], p[2], kChromaOffset, kChromaShift);
@@ -62,28 +61,32 @@ void ForwardRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 
 // ---- Inverse ----
 
+template <int count>
 void InverseBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
 {
     const V zero = Zero(), centre = Splat8(128);
     for (; blocks > 0; --blocks, src += 48, dst += 48) {
-        V y = LoadU(src), cb = LoadU(src + 16), cr = LoadU(src + 32);
+        V y, cb, cr;
+        LoadPixels3x8<count>(src, y, cb, cr);
         Deinterleave3x8(y, cb, cr);
         cb = Xor(cb, centre);
         cr = Xor(cr, centre);
         const ChromaTerms low = ChromaTermsOf(UnpackLow8(zero, cb), UnpackLow8(zero, cr), kBlackTerm);
         const ChromaTerms high = ChromaTermsOf(UnpackHigh8(zero, cb), UnpackHigh8(zero, cr), kBlackTerm);
         const V lumaLow = LumaTerm(UnpackLow8(zero, y)), lumaHigh = LumaTerm(UnpackHigh8(zero, y));
-        StoreClamped3x8(dst, ShiftRight16s<4>(Add16(lumaLow, low.r)), ShiftRight16s<4>(Add16(lumaHigh, high.r)),
-                        ShiftRight16s<4>(Add16(lumaLow, low.g)), ShiftRight16s<4>(Add16(lumaHigh, high.g)),
-                        ShiftRight16s<4>(Add16(lumaLow, low.b)), ShiftRight16s<4>(Add16(lumaHigh, high.b)));
+        V a, b, c;
+        ClampInterleave3x8(ShiftRight16s<4>(Add16(lumaLow, low.r)), ShiftRight16s<4>(Add16(lumaHigh, high.r)),
+                           ShiftRight16s<4>(Add16(lumaLow, low.g)), ShiftRight16s<4>(Add16(lumaHigh, high.g)),
+                           ShiftRight16s<4>(Add16(lumaLow, low.b)), ShiftRight16s<4>(Add16(lumaHigh, high.b)), a, b, c);
+        StorePixels3x8<count>(dst, a, b, c);
     }
 }
 
 void InverseRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks)
-        x = RunBlocks<3, 3>(InverseBlocks, pSrc, pDst, width);
+    if (kBlocks)
+        x = RunBlocks<3, 3>(InverseBlocks<16>, InverseBlocks<8>, pSrc, pDst, width);
     for (; x < width; ++x) {
         const Vek8u* const p = Offset(pSrc, (int64_t)x * 3);
         const Rgb pixel = RgbOf(p[0], p[1], p[2], kBlackFloor);

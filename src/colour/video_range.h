@@ -48,11 +48,9 @@ constexpr int kLumaWordOffsetNearest = 33 * 32768 / kLumaUnit;  // 16.5
 inline V LumaWords(V sum, V offset) { return MulHigh16u(Add16(sum, offset), Splat16(kLumaUnit)); }
 
 // R G pairs and B G pairs of a group's four pixels, weighted: green takes part in both, for its weight.
-template <int group>
 inline V LumaPairs(V v)
 {
-    constexpr int r = kSkip<3, group>, g = r + 1, b = r + 2;
-    const V pairs = Shuffle8(v, Lanes8(r, g, r + 3, g + 3, r + 6, g + 6, r + 9, g + 9, b, g, b + 3, g + 3, b + 6, g + 6, b + 9, g + 9));
+    const V pairs = Shuffle8(v, Lanes8(0, 1, 3, 4, 6, 7, 9, 10, 2, 1, 5, 4, 8, 7, 11, 10));
     constexpr int rg = kLumaGreen / 2 << 8 | kLumaRed, bg = kLumaGreen / 2 << 8 | kLumaBlue;
     return MulAdd8us(pairs, Lanes16(rg, rg, rg, rg, bg, bg, bg, bg));
 }
@@ -68,7 +66,7 @@ inline V LumaBytes(const Pixels16<3>& pixels, int even, int odd)
     const V* const v = pixels.v;
     const V offset = SplatPair16(even, odd);
     if constexpr (kHasByteShuffle) {
-        const V a = LumaPairs<0>(v[0]), b = LumaPairs<1>(v[1]), c = LumaPairs<2>(v[2]), d = LumaPairs<3>(v[3]);
+        const V a = LumaPairs(v[0]), b = LumaPairs(v[1]), c = LumaPairs(v[2]), d = LumaPairs(v[3]);
         return Pack16sTo8u(LumaWords(Add16(UnpackLow64(a, b), UnpackHigh64(a, b)), offset), LumaWords(Add16(UnpackLow64(c, d), UnpackHigh64(c, d)), offset));
     } else {
         return Pack16sTo8u(LumaWords(LumaSum(WidenLow8u(v[0]), WidenLow8u(v[1]), WidenLow8u(v[2])), offset),

@@ -116,22 +116,54 @@ inline V PlaceClamped(V v)
                               ClampedIndex(k + 12, part), ClampedIndex(k + 13, part), ClampedIndex(k + 14, part), ClampedIndex(k + 15, part)));
 }
 
-// Clamps three planes of 16 signed words to bytes and stores the 16 interleaved pixels: packing two planes into one
+// Clamps three planes of 16 signed words to bytes and interleaves them into a, b, c: packing two planes into one
 // register saves shuffles against Interleave3x8.
-inline void StoreClamped3x8(Vek8u* dst, V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh)
+inline void ClampInterleave3x8(V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh, V& a, V& b, V& c)
 {
     if constexpr (kHasByteShuffle) {
         const V low = Pack16sTo8u(aLow, bLow), high = Pack16sTo8u(aHigh, bHigh), third = Pack16sTo8u(cLow, cHigh);
-        StoreU(dst, Or(PlaceClamped<0, 0>(low), PlaceClamped<0, 2>(third)));
-        StoreU(dst + 16, Or(Or(PlaceClamped<1, 0>(low), PlaceClamped<1, 1>(high)), PlaceClamped<1, 2>(third)));
-        StoreU(dst + 32, Or(PlaceClamped<2, 1>(high), PlaceClamped<2, 2>(third)));
+        a = Or(PlaceClamped<0, 0>(low), PlaceClamped<0, 2>(third));
+        b = Or(Or(PlaceClamped<1, 0>(low), PlaceClamped<1, 1>(high)), PlaceClamped<1, 2>(third));
+        c = Or(PlaceClamped<2, 1>(high), PlaceClamped<2, 2>(third));
     } else {
-        V a = Pack16sTo8u(aLow, aHigh), b = Pack16sTo8u(bLow, bHigh), c = Pack16sTo8u(cLow, cHigh);
+        a = Pack16sTo8u(aLow, aHigh);
+        b = Pack16sTo8u(bLow, bHigh);
+        c = Pack16sTo8u(cLow, cHigh);
         Interleave3x8(a, b, c);
-        StoreU(dst, a);
-        StoreU(dst + 16, b);
-        StoreU(dst + 32, c);
     }
+}
+
+// 16, 8 or 4 interleaved pixels of three bytes, and zero in what is left of a, b and c.
+template <int pixels>
+inline void LoadPixels3x8(const Vek8u* p, V& a, V& b, V& c)
+{
+    a = pixels == 4 ? UnpackLow64(Load64(p), Load32(p + 8)) : LoadU(p);
+    b = pixels == 16 ? LoadU(p + 16) : pixels == 8 ? Load64(p + 16) : Zero();
+    c = pixels == 16 ? LoadU(p + 32) : Zero();
+}
+
+template <int pixels>
+inline void StorePixels3x8(Vek8u* p, V a, V b, V c)
+{
+    StoreU(p, a);
+    if constexpr (pixels == 16) {
+        StoreU(p + 16, b);
+        StoreU(p + 32, c);
+    } else {
+        Store64(p + 16, b);
+    }
+}
+
+// 16, 8 or 4 bytes.
+template <int count>
+inline void StoreBytes(Vek8u* p, V v)
+{
+    if constexpr (count == 16)
+        StoreU(p, v);
+    else if constexpr (count == 8)
+        Store64(p, v);
+    else
+        Store32(p, v);
 }
 
 // One step of a perfect shuffle of 64 bytes: of its bytes, of its words.

@@ -186,7 +186,7 @@ VekStatus vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vek8u* pSrc, Vek32s srcStep,
     if (srcStep < 1)      return StatusBadStep;
     if (!pQuantFwdTable)  return StatusNullPointer;
 
-    if constexpr (kBlocks)
+    if (kBlocks)
         TransformNarrow(pSrc, srcStep, pDst, pQuantFwdTable);
     else
         TransformWide(pSrc, srcStep, pDst, pQuantFwdTable);

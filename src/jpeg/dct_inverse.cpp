@@ -144,7 +144,7 @@ VekStatus vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, V
     if (dstStep < 1)      return StatusBadStep;
     if (!pQuantInvTable)  return StatusNullPointer;
 
-    if constexpr (kBlocks)
+    if (kBlocks)
         InverseNarrow(pSrc, pDst, dstStep, pQuantInvTable);
     else
         InverseWide(pSrc, pDst, dstStep, pQuantInvTable);

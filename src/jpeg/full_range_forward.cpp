@@ -53,38 +53,57 @@ struct Pairs {
     V redGreen[4], blueOne[4];  // of four pixels each
 };
 
-// Four pixels in the 16 bytes at p, which start `skip` bytes further on.
-template <Layout layout, int skip>
-inline void LoadPairs(const Vek8u* p, V& redGreen, V& blueOne)
+// Four pixels in a register.
+template <Layout layout>
+inline void SplitGroup(V v, V& redGreen, V& blueOne)
 {
-    constexpr int r = skip + kRed<layout>, g = skip + 1, b = skip + kBlue<layout>, n = kChannels<layout>;
-    V v = LoadU(p);
+    constexpr int r = kRed<layout>, g = 1, b = kBlue<layout>, n = kChannels<layout>;
     if constexpr (layout == Layout::CMYK)
         v = Xor(v, Splat8(255));
     redGreen = Shuffle8(v, Lanes8(r, -1, g, -1, r + n, -1, g + n, -1, r + 2 * n, -1, g + 2 * n, -1, r + 3 * n, -1, g + 3 * n, -1));
     blueOne = Or(Shuffle8(v, Lanes8(b, -1, -1, -1, b + n, -1, -1, -1, b + 2 * n, -1, -1, -1, b + 3 * n, -1, -1, -1)), Splat32(1 << 16));
 }
 
-template <Layout layout>
-inline Pairs Load16(const Vek8u* p)
+// A group that is the last one of 16, 8 or 4 pixels: the load ends with it.
+template <Layout layout, int pixels>
+inline V LoadLastGroup(const Vek8u* p)
 {
-    Pairs pairs;
+    if constexpr (layout == Layout::CMYK)
+        return LoadU(p);
+    else if constexpr (pixels == 4)
+        return UnpackLow64(Load64(p), Load32(p + 8));
+    else
+        return BytesDown<4>(LoadU(p - 4));
+}
+
+template <Layout layout, int pixels>
+inline Pairs LoadPairs(const Vek8u* p)
+{
+    constexpr int bytes = 4 * kChannels<layout>;
+    Pairs pairs = {};
     if constexpr (kHasByteShuffle) {
-        constexpr int bytes = 4 * kChannels<layout>, skip = 16 - bytes;  // the last load ends with the pixels
-        LoadPairs<layout, 0>(p, pairs.redGreen[0], pairs.blueOne[0]);
-        LoadPairs<layout, 0>(p + bytes, pairs.redGreen[1], pairs.blueOne[1]);
-        LoadPairs<layout, 0>(p + 2 * bytes, pairs.redGreen[2], pairs.blueOne[2]);
-        LoadPairs<layout, skip>(p + 3 * bytes - skip, pairs.redGreen[3], pairs.blueOne[3]);
+        if constexpr (pixels > 4)
+            SplitGroup<layout>(LoadU(p), pairs.redGreen[0], pairs.blueOne[0]);
+        if constexpr (pixels == 16) {
+            SplitGroup<layout>(LoadU(p + bytes), pairs.redGreen[1], pairs.blueOne[1]);
+            SplitGroup<layout>(LoadU(p + 2 * bytes), pairs.redGreen[2], pairs.blueOne[2]);
+        }
+        constexpr int last = pixels / 4 - 1;
+        SplitGroup<layout>(LoadLastGroup<layout, pixels>(p + last * bytes), pairs.redGreen[last], pairs.blueOne[last]);
     } else {
-        V first = LoadU(p), green = LoadU(p + 16), last = LoadU(p + 32);
+        V first, green, last;
         if constexpr (layout == Layout::CMYK) {
-            V black = LoadU(p + 48);
+            first = LoadU(p);
+            green = pixels > 4 ? LoadU(p + 16) : Zero();
+            last = pixels == 16 ? LoadU(p + 32) : Zero();
+            V black = pixels == 16 ? LoadU(p + 48) : Zero();
             Deinterleave4x8(first, green, last, black);
             const V flip = Splat8(255);
             first = Xor(first, flip);
             green = Xor(green, flip);
             last = Xor(last, flip);
         } else {
+            LoadPixels3x8<pixels>(p, first, green, last);
             Deinterleave3x8(first, green, last);
         }
         const V red = layout == Layout::BGR ? last : first, blue = layout == Layout::BGR ? first : last;
@@ -120,39 +139,33 @@ inline V Chroma(const Pairs& pairs, const Weights& w)
     return Xor(Pack16sTo8s(Sum8<set.bits>(pairs, 0, w), Sum8<set.bits>(pairs, 2, w)), Splat8(128));
 }
 
-// The fourth samples of 16 pixels.
+// A pixel by a set's weights; chroma of pure red or blue comes to 256, and nothing falls below 0.
+inline Vek8u Weighted(Rgb p, const Weights& w, int bits, int centre)
+{
+    return (Vek8u)Min((w.r * p.r + w.g * p.g + w.b * p.b + w.offset + (centre << bits)) >> bits, 255);
+}
+
+// The fourth samples of 16, 8 or 4 pixels.
+template <int pixels>
 inline V Black(const Vek8u* p)
 {
-    const V low = Pack32sTo16s(ShiftRight32u<24>(LoadU(p)), ShiftRight32u<24>(LoadU(p + 16)));
-    const V high = Pack32sTo16s(ShiftRight32u<24>(LoadU(p + 32)), ShiftRight32u<24>(LoadU(p + 48)));
-    return Pack16sTo8u(low, high);
+    const auto group = [=](int i) { return 4 * i < pixels ? ShiftRight32u<24>(LoadU(p + 16 * i)) : Zero(); };
+    return Pack16sTo8u(Pack32sTo16s(group(0), group(1)), Pack32sTo16s(group(2), group(3)));
 }
 
-// Loops of their own, so that a row and its remainder share one inlined body.
-template <Layout layout>
-void LumaBlocks(const Vek8u* src, Vek8u* dst, Vek32s blocks)
-{
-    for (; blocks > 0; --blocks, src += 48, dst += 16)
-        StoreU(dst, Luma<kSet15>(Load16<layout>(src)));
-}
+struct Planes {
+    Vek8u* at[4];
+};
 
-template <Layout layout, const WeightSet& set>
-void PlanarBlocks(const Vek8u* src, Vek8u* y, Vek8u* cb, Vek8u* cr, Vek8u* k, Vek32s blocks)
+template <Layout layout, const WeightSet& set, int pixels>
+[[gnu::always_inline]] inline void ConvertBlock(const Vek8u* src, const Planes& dst, Vek32s x)
 {
-    for (; blocks > 0; --blocks) {
-        const Pairs pairs = Load16<layout>(src);
-        StoreU(y, Luma<set>(pairs));
-        StoreU(cb, Chroma<set>(pairs, set.cb));
-        StoreU(cr, Chroma<set>(pairs, set.cr));
-        if constexpr (layout == Layout::CMYK) {
-            StoreU(k, Black(src));
-            k += 16;
-        }
-        src += 16 * kChannels<layout>;
-        y += 16;
-        cb += 16;
-        cr += 16;
-    }
+    const Pairs pairs = LoadPairs<layout, pixels>(src);
+    StoreBytes<pixels>(dst.at[0] + x, Luma<set>(pairs));
+    StoreBytes<pixels>(dst.at[1] + x, Chroma<set>(pairs, set.cb));
+    StoreBytes<pixels>(dst.at[2] + x, Chroma<set>(pairs, set.cr));
+    if constexpr (layout == Layout::CMYK)
+        StoreBytes<pixels>(dst.at[3] + x, Black<pixels>(src));
 }
 
 // ---- Rows ----
@@ -160,62 +173,52 @@ void PlanarBlocks(const Vek8u* src, Vek8u* y, Vek8u* cb, Vek8u* cr, Vek8u* k, Ve
 template <Layout layout>
 void LumaRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
-    if constexpr (kBlocks) {
-        LumaBlocks<layout>(pSrc, pDst, width / 16);
-        const Vek32s x = width & ~15;
-        if (const int rest = width - x) {
-            Vek8u pixels[48] = {}, out[16];
-            memcpy(pixels, Offset(pSrc, (int64_t)x * 3), (size_t)rest * 3);
-            LumaBlocks<layout>(pixels, out, 1);
-            memcpy(pDst + x, out, (size_t)rest);
+    const auto pixel = [=](Vek32s x) { return Offset(pSrc, (int64_t)x * 3); };
+    Vek32s x = 0;
+    if (kBlocks) {
+        for (; width - x >= 16; x += 16)
+            StoreU(pDst + x, Luma<kSet15>(LoadPairs<layout, 16>(pixel(x))));
+        if (width - x >= 8) {
+            Store64(pDst + x, Luma<kSet15>(LoadPairs<layout, 8>(pixel(x))));
+            x += 8;
         }
-    } else {
-        for (Vek32s x = 0; x < width; ++x)
-            pDst[x] = Luma16(Pixel<layout>(Offset(pSrc, (int64_t)x * 3)));
+        if (width - x >= 4) {
+            Store32(pDst + x, Luma<kSet15>(LoadPairs<layout, 4>(pixel(x))));
+            x += 4;
+        }
+    }
+    for (; x < width; ++x) {
+        const Rgb p = Pixel<layout>(pixel(x));
+        pDst[x] = kBlocks ? Weighted(p, kSet15.y, kSet15.bits, 0) : Luma16(p);
     }
 }
 
-struct Planes {
-    Vek8u* at[4];
-};
-
-// Columns first to last - 1 of 16 pixels, to columns x + first and on.
-template <Layout layout, const WeightSet& set>
-void PlanarPart(const Vek8u* pixels, const Planes& dst, Vek32s x, int first, int last)
-{
-    Vek8u out[4][16];
-    PlanarBlocks<layout, set>(pixels, out[0], out[1], out[2], out[3], 1);
-    for (int i = 0; i < kChannels<layout>; ++i)
-        memcpy(dst.at[i] + x + first, out[i] + first, (size_t)(last - first));
-}
-
 template <Layout layout>
-void PlanarRow(const Vek8u* pSrc, const Planes& dst, Vek32s width)
+void PlanarRow(const Vek8u* pSrc, const Planes& row, Vek32s width)
 {
-    constexpr int channels = kChannels<layout>;
-    if constexpr (kBlocks) {
-        constexpr const WeightSet& set = layout == Layout::CMYK ? kSet14 : kSet15;
-        PlanarBlocks<layout, set>(pSrc, dst.at[0], dst.at[1], dst.at[2], dst.at[3], width / 16);
-        const Vek32s x = width & ~15;
-        if (const int rest = width - x) {
-            Vek8u pixels[16 * channels] = {};
-            memcpy(pixels, Offset(pSrc, (int64_t)x * channels), (size_t)(rest * channels));
-            const int whole = rest & 8;
-            if (whole)
-                PlanarPart<layout, set>(pixels, dst, x, 0, whole);
-            if (rest != whole)
-                PlanarPart<layout, kSet14>(pixels, dst, x, whole, rest);
+    constexpr const WeightSet& set = layout == Layout::CMYK ? kSet14 : kSet15;
+    const auto pixel = [=](Vek32s x) { return Offset(pSrc, (int64_t)x * kChannels<layout>); };
+    const Planes dst = row;
+    Vek32s x = 0;
+    if (kBlocks) {
+        for (; width - x >= 16; x += 16)
+            ConvertBlock<layout, set, 16>(pixel(x), dst, x);
+        if (width - x >= 8) {
+            ConvertBlock<layout, set, 8>(pixel(x), dst, x);
+            x += 8;
         }
-    } else {
-        for (Vek32s x = 0; x < width; ++x) {
-            const Vek8u* const p = Offset(pSrc, (int64_t)x * channels);
-            const Rgb pixel = Pixel<layout>(p);
-            dst.at[0][x] = Luma16(pixel);
-            dst.at[1][x] = Cb16(pixel);
-            dst.at[2][x] = Cr16(pixel);
-            if constexpr (layout == Layout::CMYK)
-                dst.at[3][x] = p[3];
+        if (width - x >= 4) {
+            ConvertBlock<layout, kSet14, 4>(pixel(x), dst, x);
+            x += 4;
         }
+    }
+    for (; x < width; ++x) {
+        const Rgb p = Pixel<layout>(pixel(x));
+        dst.at[0][x] = kBlocks ? Weighted(p, kSet14.y, kSet14.bits, 0) : Luma16(p);
+        dst.at[1][x] = kBlocks ? Weighted(p, kSet14.cb, kSet14.bits, 128) : Cb16(p);
+        dst.at[2][x] = kBlocks ? Weighted(p, kSet14.cr, kSet14.bits, 128) : Cr16(p);
+        if constexpr (layout == Layout::CMYK)
+            dst.at[3][x] = pixel(x)[3];
     }
 }
 

@@ -74,55 +74,70 @@ inline Terms ChromaTerms(V chroma)
     }
 }
 
-// A loop of its own, so that a row and its remainder share one inlined body. k is null but for inks.
+struct Block {
+    V v[4];
+};
+
+// 16 pixels; k counts for inks alone. Inlined into the loop and into what follows it, as its vectors fill the registers.
 template <Layout layout>
-void ConvertBlocks(const Vek8u* y, const Vek8u* cb, const Vek8u* cr, const Vek8u* k, Vek8u* dst, Vek32s blocks)
+[[gnu::always_inline]] inline Block Convert(V y, V cb, V cr, V k)
 {
-    for (; blocks > 0; --blocks) {
-        const V luma = LoadU(y), centre = Splat8(128);
-        const V blue = Xor(LoadU(cb), centre), red = Xor(LoadU(cr), centre);
-        const Terms low = ChromaTerms<layout>(UnpackLow8(blue, red)), high = ChromaTerms<layout>(UnpackHigh8(blue, red));
-        const V lumaLow = WidenLow8u(luma), lumaHigh = WidenHigh8u(luma);
-        const V rLow = Add16(lumaLow, low.red), rHigh = Add16(lumaHigh, high.red);
-        const V gLow = Add16(lumaLow, low.green), gHigh = Add16(lumaHigh, high.green);
-        const V bLow = Add16(lumaLow, low.blue), bHigh = Add16(lumaHigh, high.blue);
-        if constexpr (layout == Layout::CMYK) {
-            const V flip = Splat8(255);
-            V cyan = Xor(Pack16sTo8u(rLow, rHigh), flip), magenta = Xor(Pack16sTo8u(gLow, gHigh), flip);
-            V yellow = Xor(Pack16sTo8u(bLow, bHigh), flip), black = LoadU(k);
-            Interleave4x8(cyan, magenta, yellow, black);
-            StoreU(dst, cyan);
-            StoreU(dst + 16, magenta);
-            StoreU(dst + 32, yellow);
-            StoreU(dst + 48, black);
-            k += 16;
-        } else if constexpr (layout == Layout::RGB) {
-            StoreClamped3x8(dst, rLow, rHigh, gLow, gHigh, bLow, bHigh);
-        } else {
-            StoreClamped3x8(dst, bLow, bHigh, gLow, gHigh, rLow, rHigh);
-        }
-        y += 16;
-        cb += 16;
-        cr += 16;
-        dst += 16 * kChannels<layout>;
+    const V centre = Splat8(128);
+    const V blue = Xor(cb, centre), red = Xor(cr, centre);
+    const Terms low = ChromaTerms<layout>(UnpackLow8(blue, red)), high = ChromaTerms<layout>(UnpackHigh8(blue, red));
+    const V lumaLow = WidenLow8u(y), lumaHigh = WidenHigh8u(y);
+    const V rLow = Add16(lumaLow, low.red), rHigh = Add16(lumaHigh, high.red);
+    const V gLow = Add16(lumaLow, low.green), gHigh = Add16(lumaHigh, high.green);
+    const V bLow = Add16(lumaLow, low.blue), bHigh = Add16(lumaHigh, high.blue);
+    Block out;
+    V& a = out.v[0], &b = out.v[1], &c = out.v[2];
+    if constexpr (layout == Layout::RGB) {
+        ClampInterleave3x8(rLow, rHigh, gLow, gHigh, bLow, bHigh, a, b, c);
+    } else if constexpr (layout == Layout::BGR) {
+        ClampInterleave3x8(bLow, bHigh, gLow, gHigh, rLow, rHigh, a, b, c);
+    } else {
+        const V flip = Splat8(255);
+        a = Xor(Pack16sTo8u(rLow, rHigh), flip);
+        b = Xor(Pack16sTo8u(gLow, gHigh), flip);
+        c = Xor(Pack16sTo8u(bLow, bHigh), flip);
+        Interleave4x8(a, b, c, k);
     }
+    out.v[3] = k;
+    return out;
 }
 
 template <Layout layout>
 void ConvertRow(const SourcePlanes& src, Vek8u* pDst, Vek32s width)
 {
     constexpr int channels = kChannels<layout>;
+    constexpr bool inks = layout == Layout::CMYK;
+    const Vek8u *const y = src.at[0], *const cb = src.at[1], *const cr = src.at[2], *const k = inks ? src.at[3] : y;
     Vek32s x = 0;
-    if constexpr (kBlocks) {
-        ConvertBlocks<layout>(src.at[0], src.at[1], src.at[2], src.at[3], pDst, width / 16);
-        x = width & ~15;
-        if (const int groups = (width - x) & ~3) {
-            Vek8u in[4][16] = {}, out[16 * channels];
+    if (kBlocks) {
+        for (; width - x >= 16; x += 16) {
+            const Block block = Convert<layout>(LoadU(y + x), LoadU(cb + x), LoadU(cr + x), inks ? LoadU(k + x) : Zero());
+            Vek8u* const p = Offset(pDst, (int64_t)x * channels);
             for (int i = 0; i < channels; ++i)
-                memcpy(in[i], src.at[i] + x, (size_t)groups);
-            ConvertBlocks<layout>(in[0], in[1], in[2], in[3], out, 1);
-            memcpy(Offset(pDst, (int64_t)x * channels), out, (size_t)(groups * channels));
-            x += groups;
+                StoreU(p + 16 * i, block.v[i]);
+        }
+        // Eight, then four pixels, of which a block has the bytes at its start.
+        for (int step = 8; step >= 4; step -= 4) {
+            if (width - x < step)
+                continue;
+            const auto load = [=](const Vek8u* p) { return step == 8 ? Load64(p + x) : Load32(p + x); };
+            const Block block = Convert<layout>(load(y), load(cb), load(cr), inks ? load(k) : Zero());
+            Vek8u* const p = Offset(pDst, (int64_t)x * channels);
+            if (inks || step == 8)
+                StoreU(p, block.v[0]);
+            else
+                Store64(p, block.v[0]);
+            if (inks && step == 8)
+                StoreU(p + 16, block.v[1]);
+            else if (step == 8)
+                Store64(p + 16, block.v[1]);
+            else if (!inks)
+                Store32(p + 8, BytesDown<8>(block.v[0]));
+            x += step;
         }
     }
     for (; x < width; ++x)

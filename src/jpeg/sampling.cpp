@@ -11,7 +11,7 @@ namespace {
 void HalveRow(const Vek8u* pSrc, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         for (; width - x >= 16; x += 16) {
             const Vek8u* const p = Offset(pSrc, (int64_t)x * 2);
             // The average of a sum and 0 is half the sum, rounded up.
@@ -32,7 +32,7 @@ inline V QuarterSums(const Vek8u* pUpper, const Vek8u* pLower)
 void QuarterRow(const Vek8u* pUpper, const Vek8u* pLower, Vek8u* pDst, Vek32s width)
 {
     Vek32s x = 0;
-    if constexpr (kBlocks) {
+    if (kBlocks) {
         for (; width - x >= 16; x += 16) {
             const Vek8u *const p = Offset(pUpper, (int64_t)x * 2), *const q = Offset(pLower, (int64_t)x * 2);
             StoreU(pDst + x, Pack16sTo8u(QuarterSums(p, q), QuarterSums(p + 16, q + 16)));
