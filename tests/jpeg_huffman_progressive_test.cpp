@@ -79,16 +79,6 @@ HuffmanLists ScanLists()
     return CodesOfLength(4, {0x00, 0xf0, 0x01, 0x11, 0x10, 0xe0, 0xf1, 0x0a, 0x0b});
 }
 
-// A code for each symbol, of 2 to 12 bits.
-HuffmanLists AllSymbols()
-{
-    HuffmanLists lists = {{0, 1, 1, 1, 1, 0, 0, 0, 200, 0, 0, 52}, {0x01, 0x00, 0x11, 0x02}};
-    for (int symbol = 0, next = 4; symbol < 256; ++symbol)
-        if (symbol != 0x01 && symbol != 0x00 && symbol != 0x11 && symbol != 0x02)
-            lists.vals[next++] = (Vek8u)symbol;
-    return lists;
-}
-
 #ifdef UVEK_HAVE_LIBJPEG
 TEST_P(JpegProgressiveTest, FilesOfLibjpegGiveItsCoefficientsItsTablesAndItsBytesAgain)
 {

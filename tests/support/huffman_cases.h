@@ -39,6 +39,16 @@ inline HuffmanLists CodesOfLength(int length, std::vector<Vek8u> symbols)
     return lists;
 }
 
+// A code for each symbol, of 2 to 12 bits.
+inline HuffmanLists AllSymbols()
+{
+    HuffmanLists lists = {{0, 1, 1, 1, 1, 0, 0, 0, 200, 0, 0, 52}, {0x01, 0x00, 0x11, 0x02}};
+    for (int symbol = 0, next = 4; symbol < 256; ++symbol)
+        if (symbol != 0x01 && symbol != 0x00 && symbol != 0x11 && symbol != 0x02)
+            lists.vals[next++] = (Vek8u)symbol;
+    return lists;
+}
+
 inline GuardedBytes Guarded(const Bytes& bytes)
 {
     GuardedBytes guarded(bytes.size());
