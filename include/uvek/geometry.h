@@ -81,6 +81,76 @@ VekStatus vekiGetResizeFract(VekImageSize srcSize, VekImageRect srcRoi, Vek64f x
    StatusNoMemory; StatusOk. All tiers agree within one unit, and exactly for nearest and linear. */
 VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
                                   VekImageSize dstRoiSize, Vek64f xFactor, Vek64f yFactor, Vek32s interpolation);
+/* ---- Rotation and warps ---- */
+
+/* Shared by the functions below. pSrc and pDst are the origins of whole images: srcRoi and dstRoi are
+   measured from them. srcSize: the source image, in pixels. srcStep, dstStep: bytes between rows, at
+   least 1. srcRoi is cut to the image; its corner pixels' centres, mapped forward, span a quadrangle,
+   and the pixels of dstRoi inside it, edges included, are written. All others keep their values.
+   Source and destination must not overlap.
+
+   interpolation: InterNearest, InterLinear or InterCubic, to which SmoothEdgeFlag may be added. Linear
+   and cubic look at pixels outside srcRoi where the image has them. Cubic is four-point Lagrange
+   interpolation. Cubic becomes linear where the image is below 4 pixels wide or high. With
+   SmoothEdgeFlag the pixels just outside each slanted edge are mixed with their inner neighbours, by
+   how far the edge reaches into them.
+
+   Angles are degrees, any number, counter-clockwise in an image whose y points downward: with c and s
+   the cosine and sine, (x, y) moves to (c x + s y + xShift, -s x + c y + yShift).
+
+   All tiers give the same result. */
+
+/* Rotate srcRoi about the source image's origin, then shift it. Multiples of 90 degrees other than 0
+   with whole shifts move pixels as they are, whatever `interpolation` holds.
+   Return, in this order: StatusNullPointer; StatusBadSize (srcSize below 1, or a rectangle with
+   negative origin or size below 1); StatusBadStep; then, where pixels are interpolated,
+   StatusBadInterpolation; StatusBadCoefficients; WarnEmptyIntersection (srcRoi starts outside the
+   image); StatusBadRectangle (srcRoi has one column or row inside the image);
+   StatusBadCoefficients (the angle or a shift is not finite); WarnNoRotationOverlap (dstRoi is
+   missed, or no memory); StatusOk. Where pixels move as they are, after StatusBadStep,
+   WarnEmptyIntersection (srcRoi starts outside the image, or dstRoi is missed); StatusOk. */
+VekStatus vekiRotate_8u_C1R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+VekStatus vekiRotate_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+VekStatus vekiRotate_8u_C4R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+VekStatus vekiRotate_16u_C1R(const Vek16u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek16u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+VekStatus vekiRotate_16u_C3R(const Vek16u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek16u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+VekStatus vekiRotate_32f_C3R(const Vek32f* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek32f* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);
+
+/* As vekiRotate_8u_C3R with the shift that keeps the point (xCenter, yCenter) in its place. */
+VekStatus vekiRotateCenter_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xCenter, Vek64f yCenter, Vek32s interpolation);
+
+/* Stores the bounding box of the rotated corner pixels of srcRoi: least x, least y, greatest x,
+   greatest y. `bound` is not tested.
+   Returns StatusBadSize (negative origin or size below 1), StatusOk. */
+VekStatus vekiGetRotateBound(VekImageRect srcRoi, Vek64f bound[4], Vek64f angle, Vek64f xShift, Vek64f yShift);
+
+/* Adds to *pxShift and *pyShift the shift with which a rotation by `angle` keeps (xCenter, yCenter) in
+   its place. Returns StatusNullPointer, StatusOk. */
+VekStatus vekiAddRotateShift(Vek64f xCenter, Vek64f yCenter, Vek64f angle, Vek64f* pxShift, Vek64f* pyShift);
+
+/* Carries srcRoi onto the quadrangle that the coefficients give: X = a x y + b x + c y + d with
+   coeffs[0] = {a, b, c, d}, and Y likewise with coeffs[1]. Where both a are 0 the mapping is affine.
+   A position that has no source (the inverse is the root of a quadratic) leaves its pixel as it is.
+   Returns, in this order: StatusNullPointer; StatusBadSize; StatusBadStep; StatusBadInterpolation;
+   StatusBadCoefficients (affine and singular); WarnEmptyIntersection (srcRoi starts outside the
+   image); StatusBadRectangle (srcRoi has one column or row inside the image); StatusBadCoefficients
+   (the quadrangle is degenerate or not convex); WarnNoRotationOverlap (dstRoi is missed, or no memory
+   for the spans); StatusNoMemory; StatusOk. `coeffs` is not tested. */
+VekStatus vekiWarpBilinear_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, const Vek64f coeffs[2][4], Vek32s interpolation);
+
+/* The same for a projective mapping: X = (c0 x + c1 y + c2) / (c6 x + c7 y + c8) and
+   Y = (c3 x + c4 y + c5) / (c6 x + c7 y + c8), with c0 .. c8 the rows of coeffs.
+   Returns as vekiWarpBilinear_8u_C3R; StatusBadCoefficients in the first place where c0, c1, c3, c4
+   are singular as an affine matrix or c8 is 0 (up to 1e-200). */
+VekStatus vekiWarpPerspective_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, const Vek64f coeffs[3][3], Vek32s interpolation);
+
+/* Find the coefficients that carry the corner pixels of srcRoi, (x0, y0), (x1, y0), (x1, y1), (x0, y1),
+   onto the four (x, y) of `quad` in this order. `quad` and `coeffs` are not tested. The projective
+   mapping is that of Heckbert (1989); its c8 is not scaled to 1.
+   Return StatusBadSize (negative origin or size below 1), StatusBadQuadrangle (degenerate or not
+   convex), StatusBadRectangle (srcRoi has one column or row), StatusOk. */
+VekStatus vekiGetBilinearTransform(VekImageRect srcRoi, const Vek64f quad[4][2], Vek64f coeffs[2][4]);
+VekStatus vekiGetPerspectiveTransform(VekImageRect srcRoi, const Vek64f quad[4][2], Vek64f coeffs[3][3]);
 
 UVEK_END
 

@@ -21,11 +21,13 @@ const char anchor = 0;
 
 bool IsReadableWord(uintptr_t address)
 {
+    if (address == 0)
+        return false;  // to the call below, a null set is no set at all
     // An impossible first argument makes the call fail in any case: with EFAULT when the kernel
     // could not read the signal set at `address`, with EINVAL when it could.
     const int savedErrno = errno;
     const long result = syscall(SYS_rt_sigprocmask, ~0, (void*)address, nullptr, sizeof(uint64_t));
-    const bool readable = result == 0 || errno != EFAULT;
+    const bool readable = result != 0 && errno != EFAULT;
     errno = savedErrno;
     return readable;
 }

@@ -65,6 +65,7 @@ inline V Lanes16(int a, int b, int c, int d, int e, int f, int g, int h)
 {
     return _mm_setr_epi16((short)a, (short)b, (short)c, (short)d, (short)e, (short)f, (short)g, (short)h);
 }
+inline V SplatPair16(int a, int b) { return Lanes16(a, b, a, b, a, b, a, b); }
 inline V Lanes8(int a, int b, int c, int d, int e, int f, int g, int h,
                 int i, int j, int k, int l, int m, int n, int o, int p)
 {
@@ -86,6 +87,22 @@ inline V Select(V mask, V a, V b)
     return _mm_blendv_epi8(b, a, mask);
 #else
     return Or(And(mask, a), AndNot(mask, b));
+#endif
+}
+
+// a, with the 16-bit lanes of mask fromB taken from b and those of fromC from c.
+template <int fromB, int fromC>
+inline V MergeWords(V a, V b, V c)
+{
+#if VEK_TIER >= 3
+    return _mm_blend_epi16(_mm_blend_epi16(a, b, fromB), c, fromC);
+#else
+    constexpr auto lane = [](int mask, int i) { return mask >> i & 1 ? -1 : 0; };
+    const V b1 = Lanes16(lane(fromB, 0), lane(fromB, 1), lane(fromB, 2), lane(fromB, 3),
+                         lane(fromB, 4), lane(fromB, 5), lane(fromB, 6), lane(fromB, 7));
+    const V c1 = Lanes16(lane(fromC, 0), lane(fromC, 1), lane(fromC, 2), lane(fromC, 3),
+                         lane(fromC, 4), lane(fromC, 5), lane(fromC, 6), lane(fromC, 7));
+    return Or(Or(AndNot(Or(b1, c1), a), And(b1, b)), And(c1, c));
 #endif
 }
 
@@ -171,6 +188,16 @@ inline V MulAdd8us(V a, V b)
     const V even = MulLow16(And(a, Splat16(0xff)), _mm_srai_epi16(_mm_slli_epi16(b, 8), 8));
     const V odd = MulLow16(_mm_srli_epi16(a, 8), _mm_srai_epi16(b, 8));
     return AddSat16s(even, odd);
+#endif
+}
+
+// Sums of neighbouring bytes.
+inline V SumPairs8u(V v)
+{
+#if VEK_TIER >= 2
+    return _mm_maddubs_epi16(v, Splat8(1));
+#else
+    return Add16(And(v, Splat16(0xff)), _mm_srli_epi16(v, 8));
 #endif
 }
 
@@ -322,6 +349,22 @@ inline V Shuffle8(V v, V index)
 #endif
 }
 
+// All lanes in the opposite order.
+inline V Reverse16(V v)
+{
+    return Permute32<2, 3, 0, 1>(PermuteHigh16<3, 2, 1, 0>(PermuteLow16<3, 2, 1, 0>(v)));
+}
+
+inline V Reverse8(V v)
+{
+#if VEK_TIER >= 2
+    return Shuffle8(v, Lanes8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+#else
+    const V words = Reverse16(v);
+    return Or(_mm_slli_epi16(words, 8), _mm_srli_epi16(words, 8));
+#endif
+}
+
 // ---- Width ----
 
 inline V Pack16sTo8s(V a, V b) { return _mm_packs_epi16(a, b); }
@@ -349,9 +392,22 @@ inline V WidenLow8uTo32(V v)
     return _mm_unpacklo_epi16(_mm_unpacklo_epi8(v, Zero()), Zero());
 #endif
 }
+
+// Four bytes of memory as 32-bit lanes.
+inline V Load8uTo32s(const void* p) { return WidenLow8uTo32(Load32(p)); }
+
 inline V WidenLow16u(V v) { return _mm_unpacklo_epi16(v, Zero()); }
 inline V WidenHigh16u(V v) { return _mm_unpackhi_epi16(v, Zero()); }
-inline V WidenLow16s(V v) { return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16); }
+inline V WidenLow32u(V v) { return _mm_unpacklo_epi32(v, Zero()); }
+inline V WidenHigh32u(V v) { return _mm_unpackhi_epi32(v, Zero()); }
+inline V WidenLow16s(V v)
+{
+#if VEK_TIER >= 3
+    return _mm_cvtepi16_epi32(v);
+#else
+    return _mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16);
+#endif
+}
 inline V WidenHigh16s(V v) { return _mm_srai_epi32(_mm_unpackhi_epi16(v, v), 16); }
 inline V WidenLow8s(V v) { return _mm_srai_epi16(_mm_unpacklo_epi8(v, v), 8); }
 inline V WidenHigh8s(V v) { return _mm_srai_epi16(_mm_unpackhi_epi8(v, v), 8); }

@@ -88,6 +88,16 @@ inline F Select(F mask, F a, F b)
 #endif
 }
 
+// a where the sign bit of the lane of `signs` is set, b where it is clear.
+inline F SelectBySign(F signs, F a, F b)
+{
+#if VEK_TIER >= 3
+    return _mm_blendv_ps(b, a, signs);
+#else
+    return Select(_mm_castsi128_ps(_mm_srai_epi32(_mm_castps_si128(signs), 31)), a, b);
+#endif
+}
+
 inline D Select(D mask, D a, D b)
 {
 #if VEK_TIER >= 3
@@ -101,6 +111,18 @@ inline F Abs(F v) { return AndNot(SplatF(-0.0f), v); }
 inline D Abs(D v) { return AndNot(SplatD(-0.0), v); }
 
 // ---- Conversion: Nearest follows the rounding mode in force, ties to even unless a caller set it ----
+
+// Rounding to nearest, whatever the caller's mode, while it lives.
+class NearestMode {
+public:
+    NearestMode() : before_(_mm_getcsr()) { _mm_setcsr(before_ & ~0x6000u); }
+    ~NearestMode() { _mm_setcsr(before_); }
+    NearestMode(const NearestMode&) = delete;
+    NearestMode& operator=(const NearestMode&) = delete;
+
+private:
+    unsigned before_;
+};
 
 inline F ToFloat(V v) { return _mm_cvtepi32_ps(v); }
 inline V Nearest32s(F v) { return _mm_cvtps_epi32(v); }   // 0x80000000 past the range and for NaN

@@ -56,8 +56,10 @@ inline void Deinterleave3x8(V& a, V& b, V& c)
         b = y;
         c = z;
     } else {
-        for (int step = 0; step < 4; ++step)
-            PerfectShuffle48(a, b, c);
+        PerfectShuffle48(a, b, c);
+        PerfectShuffle48(a, b, c);
+        PerfectShuffle48(a, b, c);
+        PerfectShuffle48(a, b, c);
     }
 }
 
@@ -88,20 +90,86 @@ inline void Interleave3x8(V& a, V& b, V& c)
         b = y;
         c = z;
     } else {
-        for (int step = 0; step < 4; ++step)
-            PerfectUnshuffle48(a, b, c);
+        PerfectUnshuffle48(a, b, c);
+        PerfectUnshuffle48(a, b, c);
+        PerfectUnshuffle48(a, b, c);
+        PerfectUnshuffle48(a, b, c);
     }
 }
 
-// 16 pixels of four bytes; each UnpackLow/High pair is a step of a perfect shuffle of 64 bytes.
+// Where byte `byte` of 16 interleaved pixels comes from: part 0 holds the first and second samples of pixels 0 to
+// 7, part 1 those of pixels 8 to 15, part 2 all third samples.
+constexpr int ClampedIndex(int byte, int part)
+{
+    const int pixel = byte / 3, sample = byte % 3;
+    const int from = sample == 2 ? 2 : pixel / 8;
+    return from != part ? 0x80 : sample == 2 ? pixel : 8 * sample + pixel % 8;
+}
+
+template <int out, int part>
+inline V PlaceClamped(V v)
+{
+    constexpr int k = 16 * out;
+    return Shuffle8(v, Lanes8(ClampedIndex(k, part), ClampedIndex(k + 1, part), ClampedIndex(k + 2, part), ClampedIndex(k + 3, part),
+                              ClampedIndex(k + 4, part), ClampedIndex(k + 5, part), ClampedIndex(k + 6, part), ClampedIndex(k + 7, part),
+                              ClampedIndex(k + 8, part), ClampedIndex(k + 9, part), ClampedIndex(k + 10, part), ClampedIndex(k + 11, part),
+                              ClampedIndex(k + 12, part), ClampedIndex(k + 13, part), ClampedIndex(k + 14, part), ClampedIndex(k + 15, part)));
+}
+
+// Clamps three planes of 16 signed words to bytes and stores the 16 interleaved pixels: packing two planes into one
+// register saves shuffles against Interleave3x8.
+inline void StoreClamped3x8(Vek8u* dst, V aLow, V aHigh, V bLow, V bHigh, V cLow, V cHigh)
+{
+    if constexpr (kHasByteShuffle) {
+        const V low = Pack16sTo8u(aLow, bLow), high = Pack16sTo8u(aHigh, bHigh), third = Pack16sTo8u(cLow, cHigh);
+        StoreU(dst, Or(PlaceClamped<0, 0>(low), PlaceClamped<0, 2>(third)));
+        StoreU(dst + 16, Or(Or(PlaceClamped<1, 0>(low), PlaceClamped<1, 1>(high)), PlaceClamped<1, 2>(third)));
+        StoreU(dst + 32, Or(PlaceClamped<2, 1>(high), PlaceClamped<2, 2>(third)));
+    } else {
+        V a = Pack16sTo8u(aLow, aHigh), b = Pack16sTo8u(bLow, bHigh), c = Pack16sTo8u(cLow, cHigh);
+        Interleave3x8(a, b, c);
+        StoreU(dst, a);
+        StoreU(dst + 16, b);
+        StoreU(dst + 32, c);
+    }
+}
+
+// One step of a perfect shuffle of 64 bytes: of its bytes, of its words.
+inline void PerfectShuffle64(V& a, V& b, V& c, V& d)
+{
+    const V x = UnpackLow8(a, c), y = UnpackHigh8(a, c), z = UnpackLow8(b, d), w = UnpackHigh8(b, d);
+    a = x;
+    b = y;
+    c = z;
+    d = w;
+}
+
+inline void PerfectShuffleWords64(V& a, V& b, V& c, V& d)
+{
+    const V x = UnpackLow16(a, c), y = UnpackHigh16(a, c), z = UnpackLow16(b, d), w = UnpackHigh16(b, d);
+    a = x;
+    b = y;
+    c = z;
+    d = w;
+}
+
+// 16 pixels of four bytes: the four samples of a channel in a register move together first, where
+// a shuffle can do that.
 inline void Deinterleave4x8(V& a, V& b, V& c, V& d)
 {
-    for (int step = 0; step < 4; ++step) {
-        const V x = UnpackLow8(a, c), y = UnpackHigh8(a, c), z = UnpackLow8(b, d), w = UnpackHigh8(b, d);
-        a = x;
-        b = y;
-        c = z;
-        d = w;
+    if constexpr (kHasByteShuffle) {
+        const V byChannel = Lanes8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        const V p = Shuffle8(a, byChannel), q = Shuffle8(b, byChannel), r = Shuffle8(c, byChannel), s = Shuffle8(d, byChannel);
+        const V pqLow = UnpackLow32(p, q), pqHigh = UnpackHigh32(p, q), rsLow = UnpackLow32(r, s), rsHigh = UnpackHigh32(r, s);
+        a = UnpackLow64(pqLow, rsLow);
+        b = UnpackHigh64(pqLow, rsLow);
+        c = UnpackLow64(pqHigh, rsHigh);
+        d = UnpackHigh64(pqHigh, rsHigh);
+    } else {
+        PerfectShuffle64(a, b, c, d);
+        PerfectShuffle64(a, b, c, d);
+        PerfectShuffle64(a, b, c, d);
+        PerfectShuffle64(a, b, c, d);
     }
 }
 
@@ -114,15 +182,32 @@ inline void Interleave4x8(V& a, V& b, V& c, V& d)
     d = UnpackHigh16(abHigh, cdHigh);
 }
 
-// Eight pixels of three 16-bit samples: three steps of a perfect shuffle of 24 words, w to 2 w mod 23,
-// make 8 w mod 23, which takes word 3 i + c to 8 c + i.
+// One step of a perfect shuffle of 24 words, w to 2 w mod 23.
+inline void PerfectShuffleWords48(V& a, V& b, V& c)
+{
+    const V x = UnpackLow16(a, BytesDown<8>(b)), y = UnpackLow16(BytesDown<8>(a), c), z = UnpackLow16(b, BytesDown<8>(c));
+    a = x;
+    b = y;
+    c = z;
+}
+
+// Eight pixels of three 16-bit samples. A channel's words stand in different lanes of a, b and c, so
+// that the three merge in place and one shuffle puts them in order. Without it, three steps of a
+// perfect shuffle make 8 w mod 23, which takes word 3 i + c to 8 c + i.
 inline void Deinterleave3x16(V& a, V& b, V& c)
 {
-    for (int step = 0; step < 3; ++step) {
-        const V x = UnpackLow16(a, BytesDown<8>(b)), y = UnpackLow16(BytesDown<8>(a), c), z = UnpackLow16(b, BytesDown<8>(c));
-        a = x;
-        b = y;
-        c = z;
+    if constexpr (kHasByteShuffle) {
+        constexpr int lanes036 = 0x49, lanes147 = 0x92, lanes25 = 0x24;
+        const V x = MergeWords<lanes147, lanes25>(a, b, c);
+        const V y = MergeWords<lanes25, lanes036>(a, b, c);
+        const V z = MergeWords<lanes036, lanes147>(a, b, c);
+        a = Shuffle8(x, Lanes8(0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5, 10, 11));
+        b = Shuffle8(y, Lanes8(2, 3, 8, 9, 14, 15, 4, 5, 10, 11, 0, 1, 6, 7, 12, 13));
+        c = Shuffle8(z, Lanes8(4, 5, 10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15));
+    } else {
+        PerfectShuffleWords48(a, b, c);
+        PerfectShuffleWords48(a, b, c);
+        PerfectShuffleWords48(a, b, c);
     }
 }
 
@@ -135,26 +220,28 @@ inline V SplitWords(V v)
         return Permute32<0, 2, 1, 3>(PermuteHigh16<0, 2, 1, 3>(PermuteLow16<0, 2, 1, 3>(v)));
 }
 
+// The step back: even words to the first 12, odd words to the last 12.
+inline void PerfectUnshuffleWords48(V& a, V& b, V& c)
+{
+    const V x = SplitWords(a), y = SplitWords(b), z = SplitWords(c);
+    const V odd = UnpackHigh64(x, y);
+    a = UnpackLow64(x, y);
+    b = UnpackLow64(z, odd);
+    c = UnpackHigh64(odd, z);
+}
+
 inline void Interleave3x16(V& a, V& b, V& c)
 {
-    for (int step = 0; step < 3; ++step) {
-        const V x = SplitWords(a), y = SplitWords(b), z = SplitWords(c);
-        const V odd = UnpackHigh64(x, y);
-        a = UnpackLow64(x, y);
-        b = UnpackLow64(z, odd);
-        c = UnpackHigh64(odd, z);
-    }
+    PerfectUnshuffleWords48(a, b, c);
+    PerfectUnshuffleWords48(a, b, c);
+    PerfectUnshuffleWords48(a, b, c);
 }
 
 inline void Deinterleave4x16(V& a, V& b, V& c, V& d)
 {
-    for (int step = 0; step < 3; ++step) {
-        const V x = UnpackLow16(a, c), y = UnpackHigh16(a, c), z = UnpackLow16(b, d), w = UnpackHigh16(b, d);
-        a = x;
-        b = y;
-        c = z;
-        d = w;
-    }
+    PerfectShuffleWords64(a, b, c, d);
+    PerfectShuffleWords64(a, b, c, d);
+    PerfectShuffleWords64(a, b, c, d);
 }
 
 inline void Interleave4x16(V& a, V& b, V& c, V& d)

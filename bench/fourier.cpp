@@ -1,0 +1,110 @@
+// Transforms, convolution and correlation, beside FFTW and OpenCV. FFTW is measured with both kinds of
+// plan; it takes the widest vectors that the processor has and offers no switch.
+#include "support.h"
+
+#include <memory>
+
+#include "uvek/uvek.h"
+#ifdef UVEK_HAVE_FFTW3F
+#include <fftw3.h>
+#endif
+#ifdef UVEK_HAVE_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
+
+namespace uvek::bench {
+namespace {
+
+// Samples on a cache line's boundary, with some room behind them.
+class Samples {
+public:
+    explicit Samples(int64_t count) : image_({(int)(count < 65536 ? count : 65536), (int)((count + 65535) / 65536)}, 1) {}
+    float* data() { return image_.data(); }
+
+private:
+    Image<Vek32f> image_;
+};
+
+using Shared = std::shared_ptr<Samples>;
+Shared Make(int64_t count) { return std::make_shared<Samples>(count); }
+
+constexpr int64_t kWorkSlack = 3 << 20;  // above what any order asks for beyond 8 bytes a point
+
+int64_t WorkSamples(int64_t n) { return (8 * (n < (1 << 17) ? n : 0) + kWorkSlack) / 4; }
+
+// Each tier in turn makes its own record.
+template <typename Prepare>
+void RegisterPrepared(const std::string& operation, const std::string& peer, int tier, const std::string& size, int64_t bytes, Prepare prepare)
+{
+    benchmark::RegisterBenchmark((operation + "/" + peer + "/" + size).c_str(), [=](benchmark::State& state) {
+        if (tier >= 0)
+            UseTier(tier);
+        auto call = prepare();
+        for (auto _ : state) {
+            call();
+            benchmark::ClobberMemory();
+        }
+        state.SetBytesProcessed(state.iterations() * bytes);
+    });
+}
+
+template <typename Prepare>
+void RegisterPreparedTiers(const std::string& operation, const std::string& size, int64_t bytes, Prepare prepare)
+{
+    for (int tier = 0; tier < 4; ++tier)
+        RegisterPrepared(operation, "tier" + std::to_string(tier), tier, size, bytes, prepare);
+}
+
+void RegisterOrder(int order)
+{
+    const int64_t n = (int64_t)1 << order;
+    const std::string size = std::to_string(order);
+    RegisterPreparedTiers("FFT_complex", size, 8 * n, [=] {
+        VekFftSpec* made = nullptr;
+        veksFFTInitAlloc_C_32f(&made, order, FftScaleNone, 0);
+        const std::shared_ptr<VekFftSpec> spec(made, veksFFTFree_C_32f);
+        return [=, re = Make(n), im = Make(n), outRe = Make(n), outIm = Make(n), work = Make(WorkSamples(n))] {
+            veksFFTFwd_CToC_32f(re->data(), im->data(), outRe->data(), outIm->data(), spec.get(), (Vek8u*)work->data());
+        };
+    });
+    RegisterPreparedTiers("FFT_real", size, 4 * n, [=] {
+        VekFftSpec* made = nullptr;
+        veksFFTInitAlloc_R_32f(&made, order, FftScaleNone, 0);
+        const std::shared_ptr<VekFftSpec> spec(made, veksFFTFree_R_32f);
+        return [=, x = Make(n), y = Make(n + 2), work = Make(WorkSamples(n))] {
+            veksFFTFwd_RToCCS_32f(x->data(), y->data(), spec.get(), (Vek8u*)work->data());
+        };
+    });
+#ifdef UVEK_HAVE_FFTW3F
+    struct { const char* name; unsigned flag; } const kinds[] = {{"fftw_estimate", FFTW_ESTIMATE}, {"fftw_measure", FFTW_MEASURE}};
+    for (const auto& kind : kinds) {
+        const unsigned flag = kind.flag;
+        RegisterPrepared("FFT_complex", kind.name, -1, size, 8 * n, [=] {
+            const Shared re = Make(n), im = Make(n), outRe = Make(n), outIm = Make(n);
+            const fftwf_iodim dim = {(int)n, 1, 1};
+            const std::shared_ptr<fftwf_plan_s> plan(
+                fftwf_plan_guru_split_dft(1, &dim, 0, nullptr, re->data(), im->data(), outRe->data(), outIm->data(), flag), fftwf_destroy_plan);
+            return [=] { fftwf_execute_split_dft(plan.get(), re->data(), im->data(), outRe->data(), outIm->data()); };
+        });
+        RegisterPrepared("FFT_real", kind.name, -1, size, 4 * n, [=] {
+            const Shared x = Make(n), y = Make(n + 2);
+            const std::shared_ptr<fftwf_plan_s> plan(
+                fftwf_plan_dft_r2c_1d((int)n, x->data(), (fftwf_complex*)y->data(), flag | FFTW_PRESERVE_INPUT), fftwf_destroy_plan);
+            return [=] { fftwf_execute(plan.get()); };
+        });
+    }
+#endif
+}
+
+const bool registered = [] {
+#ifdef UVEK_HAVE_OPENCV
+    cv::setNumThreads(1);
+#endif
+    for (int order = 6; order <= 24; ++order)
+        RegisterOrder(order);
+    return true;
+}();
+
+}  // namespace
+}  // namespace uvek::bench

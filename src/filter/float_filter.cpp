@@ -1,0 +1,166 @@
+// Convolution with a single-precision kernel. The order of the additions is part of the contract, so
+// lanes are samples and every lane adds in that order.
+#include "filter/taps.h"
+#include "frame/memory.h"
+#include "frame/simd_float.h"
+#include "uvek/filter.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+namespace {
+
+// Whether the taps are added to one sum, or each row's taps to its own and the rows' sums then.
+enum class Order { Direct, ByRow };
+
+Vek32f Sum(const Vek8u* p, const TapSource& source, const Vek32f* pKernel, VekImageSize kernel)
+{
+    const Vek32f* k = pKernel + (int64_t)kernel.width * kernel.height;
+    Vek32f sum = 0;
+    for (Vek32s m = 0; m < kernel.height; ++m) {
+        const Vek8u* row = Row(p, source.step, m);
+        for (Vek32s n = 0; n < kernel.width; ++n)
+            sum += Get(--k) * row[(int64_t)n * source.pixel];
+    }
+    return sum;
+}
+
+void FilterScalar(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
+                  const Vek32f* pKernel, VekImageSize kernel)
+{
+    for (Vek32s y = 0; y < height; ++y) {
+        const Vek8u* src = Row(source.first, source.step, y);
+        Vek8u* dst = Row(pDst, dstStep, y);
+        for (int64_t x = 0; x < samples; ++x)
+            dst[x] = RoundToByte(Sum(src + x, source, pKernel, kernel));
+    }
+}
+
+// ---- Blocks, over a ring of source rows converted once ----
+
+struct Ring {
+    Vek32f* coefficients;  // flipped, each four times
+    Vek32f* rows;          // kernel.height rows of `stride` samples
+    int64_t stride;
+};
+
+void ConvertRow(const Vek8u* src, Vek32f* dst, int64_t samples)
+{
+    for (int64_t i = 0; i < samples; i += 16) {
+        const int64_t x = Min(i, samples - 16);  // a row is at least one block
+        const V v = LoadU(src + x), low = WidenLow8u(v), high = WidenHigh8u(v);
+        StoreU(dst + x, ToFloat(WidenLow16u(low)));
+        StoreU(dst + x + 4, ToFloat(WidenHigh16u(low)));
+        StoreU(dst + x + 8, ToFloat(WidenLow16u(high)));
+        StoreU(dst + x + 12, ToFloat(WidenHigh16u(high)));
+    }
+}
+
+// The minimum keeps what is no number, which converts to the least integer.
+inline V RoundBlock(F v) { return Nearest32s(Min(SplatF(255), v)); }
+
+template <Order order>
+inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, VekImageSize kernel, Vek32s pixel)
+{
+    F s0 = ZeroF(), s1 = s0, s2 = s0, s3 = s0;
+    const Vek32f* k = ring.coefficients;
+    const Vek32f* row = ring.rows + oldest * ring.stride + x;
+    for (Vek32s m = 0, r = oldest; m < kernel.height; ++m) {
+        F t0 = s0, t1 = s1, t2 = s2, t3 = s3;
+        if constexpr (order == Order::ByRow)
+            t0 = t1 = t2 = t3 = ZeroF();
+        const Vek32f* p = row;
+        for (Vek32s n = 0; n < kernel.width; ++n, p += pixel, k += 4) {
+            const F c = LoadA(k);
+            t0 = Add(t0, Mul(LoadU(p), c));
+            t1 = Add(t1, Mul(LoadU(p + 4), c));
+            t2 = Add(t2, Mul(LoadU(p + 8), c));
+            t3 = Add(t3, Mul(LoadU(p + 12), c));
+        }
+        if constexpr (order == Order::ByRow) {
+            s0 = Add(s0, t0);
+            s1 = Add(s1, t1);
+            s2 = Add(s2, t2);
+            s3 = Add(s3, t3);
+        } else {
+            s0 = t0;
+            s1 = t1;
+            s2 = t2;
+            s3 = t3;
+        }
+        row = ++r == kernel.height ? ring.rows + x : row + ring.stride;
+        if (r == kernel.height)
+            r = 0;
+    }
+    StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s0), RoundBlock(s1)), Pack32sTo16s(RoundBlock(s2), RoundBlock(s3))));
+}
+
+template <Order order>
+void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
+                  const Ring& ring, VekImageSize kernel)
+{
+    const int64_t read = samples + (int64_t)(kernel.width - 1) * source.pixel;
+    for (Vek32s m = 0; m < kernel.height - 1; ++m)
+        ConvertRow(Row(source.first, source.step, m), ring.rows + m * ring.stride, read);
+    Vek32s oldest = 0;
+    for (Vek32s y = 0; y < height; ++y) {
+        const Vek32s newest = oldest == 0 ? kernel.height - 1 : oldest - 1;
+        ConvertRow(Offset(source.first, ((int64_t)y + kernel.height - 1) * source.step), ring.rows + newest * ring.stride, read);
+        Vek8u* dst = Row(pDst, dstStep, y);
+        for (int64_t i = 0; i < samples; i += 16) {
+            const int64_t x = Min(i, samples - 16);
+            FilterBlock<order>(ring, oldest, x, dst + x, kernel, source.pixel);
+        }
+        oldest = oldest + 1 == kernel.height ? 0 : oldest + 1;
+    }
+}
+
+// False where the scalar loop has to do it, in the direct order then.
+template <Order order>
+bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
+               const Vek32f* pKernel, VekImageSize kernel)
+{
+    const int64_t taps = (int64_t)kernel.width * kernel.height;
+    const int64_t stride = (samples + (int64_t)(kernel.width - 1) * source.pixel + 3) & ~(int64_t)3;
+    auto* scratch = (Vek32f*)AllocateBlock((4 * taps + stride * kernel.height) * (int64_t)sizeof(Vek32f));
+    if (!scratch)
+        return false;
+    for (int64_t i = 0; i < taps; ++i)
+        StoreA(scratch + 4 * i, SplatF(Get(pKernel + (taps - 1 - i))));
+    FilterBlocks<order>(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel);
+    ReleaseBlock(scratch);
+    return true;
+}
+
+VekStatus Filter(Vek32s channels, const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize size,
+                 const Vek32f* pKernel, VekImageSize kernel, VekPoint anchor)
+{
+    if (!pSrc || !pDst || !pKernel)                                                      return StatusNullPointer;
+    if (size.width < 1 || size.height < 1 || kernel.width < 1 || kernel.height < 1)      return StatusBadSize;
+    if (!IsGoodStep(srcStep, dstStep, channels, size, kernel))                           return StatusBadStep;
+
+    const TapSource source = FirstTap(pSrc, srcStep, channels, kernel, anchor);
+    const int64_t samples = (int64_t)size.width * channels;
+    bool done = false;
+    if (kBlocks && samples >= 16)
+        done = channels == 1 && kernel.width >= 3
+            ? TryBlocks<Order::ByRow>(source, pDst, dstStep, samples, size.height, pKernel, kernel)
+            : TryBlocks<Order::Direct>(source, pDst, dstStep, samples, size.height, pKernel, kernel);
+    if (!done)
+        FilterScalar(source, pDst, dstStep, samples, size.height, pKernel, kernel);
+    return StatusOk;
+}
+
+}  // namespace
+
+VekStatus vekiFilter32f_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize dstRoiSize,
+                               const Vek32f* pKernel, VekImageSize kernelSize, VekPoint anchor)
+{
+    return Filter(1, pSrc, srcStep, pDst, dstStep, dstRoiSize, pKernel, kernelSize, anchor);
+}
+
+VekStatus vekiFilter32f_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize dstRoiSize,
+                               const Vek32f* pKernel, VekImageSize kernelSize, VekPoint anchor)
+{
+    return Filter(3, pSrc, srcStep, pDst, dstStep, dstRoiSize, pKernel, kernelSize, anchor);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE

@@ -1,0 +1,253 @@
+// Convolution with an integer kernel and a divisor.
+//
+// Blocks take the taps two at a time: bytes of two source places are interleaved, so that one
+// multiply-add serves both taps. Which taps make a pair is free, as the sum wraps the same in any order.
+#include "filter/taps.h"
+#include "frame/memory.h"
+#include "frame/simd_float.h"
+#include "uvek/filter.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+namespace {
+
+// ---- The quotient ----
+
+enum class Division { None, Shift, Product };
+
+struct Divisor {
+    Division form;
+    Vek32s shift;
+    Vek32f reciprocal;
+};
+
+Divisor MakeDivisor(Vek32s divisor)
+{
+    if (divisor == 1)
+        return {Division::None, 0, 1};
+    if (divisor > 0 && (divisor & (divisor - 1)) == 0)
+        return {Division::Shift, __builtin_ctz((Vek32u)divisor), 0};
+    return {Division::Product, 0, 1.0f / (Vek32f)divisor};
+}
+
+Vek8u Quotient(Vek32s s, const Divisor& d)
+{
+    if (d.form == Division::None)
+        return Saturate8u(s);
+    if (d.form == Division::Product)
+        return RoundToByte((Vek32f)s * d.reciprocal);
+    if (s < 1)
+        return 0;
+    const Vek32s q = s >> d.shift, half = 1 << (d.shift - 1);
+    return Saturate8u(q + (((s & (2 * half - 1)) + (q & 1) + half - 1) >> d.shift));
+}
+
+// Four quotients, still to be saturated.
+V QuotientBlock(V s, const Divisor& d)
+{
+    if (d.form == Division::None)
+        return s;
+    if (d.form == Division::Product)
+        return Nearest32s(Min(SplatF(255), Mul(ToFloat(s), SplatF(d.reciprocal))));
+    const V count = ShiftCount(d.shift), half = Splat32((1 << (d.shift - 1)) - 1), mask = Splat32((Vek32s)(((Vek32u)1 << d.shift) - 1));
+    const V q = ShiftRight32sBy(s, count);
+    const V rest = Add32(Add32(And(s, mask), And(q, Splat32(1))), half);
+    return And(Add32(q, ShiftRight32sBy(rest, count)), Greater32s(s, Zero()));
+}
+
+// ---- Scalar ----
+
+Vek32s Sum(const Vek8u* p, const TapSource& source, const Vek32s* pKernel, VekImageSize kernel)
+{
+    const Vek32s* k = pKernel + (int64_t)kernel.width * kernel.height;
+    Vek32u sum = 0;
+    for (Vek32s m = 0; m < kernel.height; ++m) {
+        const Vek8u* row = Row(p, source.step, m);
+        for (Vek32s n = 0; n < kernel.width; ++n)
+            sum += (Vek32u)Get(--k) * row[(int64_t)n * source.pixel];
+    }
+    return (Vek32s)sum;
+}
+
+void FilterScalar(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
+                  const Vek32s* pKernel, VekImageSize kernel, const Divisor& divisor)
+{
+    for (Vek32s y = 0; y < height; ++y) {
+        const Vek8u* src = Row(source.first, source.step, y);
+        Vek8u* dst = Row(pDst, dstStep, y);
+        for (int64_t x = 0; x < samples; ++x)
+            dst[x] = Quotient(Sum(src + x, source, pKernel, kernel), divisor);
+    }
+}
+
+// ---- Blocks ----
+
+struct TapPair {
+    int64_t first, second;  // bytes from the first tap
+    V coefficients;         // words, or bytes, in turn
+};
+
+struct Taps {
+    TapPair* pairs;
+    int64_t count;
+    bool bytes;   // sums of 16 bits hold, from byte coefficients
+    Vek32s bias;  // what keeps such sums at or above 0
+};
+
+// The non-zero taps in pairs. False when a coefficient does not fit 16 bits.
+bool MakeTaps(Taps& taps, const TapSource& source, const Vek32s* pKernel, VekImageSize kernel)
+{
+    const Vek32s* k = pKernel + (int64_t)kernel.width * kernel.height;
+    struct { int64_t offset; Vek32s value; } held = {0, 0};
+    bool isHeld = false, bytes = kHasByteShuffle;
+    int64_t positive = 0, negative = 0;
+    taps.count = 0;
+    const auto add = [&](int64_t offset, Vek32s value) {
+        if (!isHeld) {
+            held = {offset, value};
+            isHeld = true;
+            return;
+        }
+        // The byte multiply-add saturates a pair's sum at 16 signed bits.
+        const Vek32s up = Max(held.value, 0) + Max(value, 0), down = Min(held.value, 0) + Min(value, 0);
+        bytes = bytes && up <= 128 && down >= -128 && Max(held.value, value) <= 127;
+        taps.pairs[taps.count++] = {held.offset, offset, Lanes16(held.value, value, 0, 0, 0, 0, 0, 0)};
+        isHeld = false;
+    };
+    for (Vek32s m = 0; m < kernel.height; ++m)
+        for (Vek32s n = 0; n < kernel.width; ++n) {
+            const Vek32s value = Get(--k);
+            if (value < -32767 || value > 32766)
+                return false;
+            if (value == 0)
+                continue;
+            (value > 0 ? positive : negative) += value > 0 ? value : -value;
+            add((int64_t)m * source.step + (int64_t)n * source.pixel, value);
+        }
+    if (isHeld)
+        add(held.offset, 0);
+    taps.bytes = bytes && 255 * (positive + negative) <= 65535;
+    taps.bias = taps.bytes ? (Vek32s)(255 * negative) : 0;
+    for (int64_t i = 0; i < taps.count; ++i) {
+        const V words = Permute32<0, 0, 0, 0>(taps.pairs[i].coefficients);
+        taps.pairs[i].coefficients = taps.bytes ? Pack16sTo8s(words, words) : words;
+    }
+    return true;
+}
+
+// A sum of 24 bits is exact in single precision, and so is its product with a power of two.
+Divisor ForBlocks(const Divisor& divisor, const Vek32s* pKernel, VekImageSize kernel)
+{
+    int64_t magnitude = 0;
+    for (int64_t i = 0; i < (int64_t)kernel.width * kernel.height; ++i) {
+        const int64_t value = Get(pKernel + i);
+        magnitude += value < 0 ? -value : value;
+    }
+    if (divisor.form != Division::Shift || magnitude * 255 > 1 << 24)
+        return divisor;
+    return {Division::Product, 0, 1.0f / (Vek32f)(1u << divisor.shift)};
+}
+
+inline void StoreQuotients(Vek8u* dst, V a, V b, V c, V d, const Divisor& divisor)
+{
+    StoreU(dst, Pack16sTo8u(Pack32sTo16s(QuotientBlock(a, divisor), QuotientBlock(b, divisor)),
+                            Pack32sTo16s(QuotientBlock(c, divisor), QuotientBlock(d, divisor))));
+}
+
+inline void FilterBlockBytes(const Vek8u* src, Vek8u* dst, const Taps& taps, const Divisor& divisor)
+{
+    V low = Splat16(taps.bias), high = low;
+    for (int64_t i = 0; i < taps.count; ++i) {
+        const TapPair& pair = taps.pairs[i];
+        const V a = LoadU(src + pair.first), b = LoadU(src + pair.second);
+        low = Add16(low, MulAdd8us(UnpackLow8(a, b), pair.coefficients));
+        high = Add16(high, MulAdd8us(UnpackHigh8(a, b), pair.coefficients));
+    }
+    const V bias = Splat32(taps.bias);
+    StoreQuotients(dst, Sub32(WidenLow16u(low), bias), Sub32(WidenHigh16u(low), bias),
+                   Sub32(WidenLow16u(high), bias), Sub32(WidenHigh16u(high), bias), divisor);
+}
+
+inline void FilterBlockWords(const Vek8u* src, Vek8u* dst, const Taps& taps, const Divisor& divisor)
+{
+    V s0 = Zero(), s1 = Zero(), s2 = Zero(), s3 = Zero();
+    for (int64_t i = 0; i < taps.count; ++i) {
+        const TapPair& pair = taps.pairs[i];
+        const V a = LoadU(src + pair.first), b = LoadU(src + pair.second);
+        const V low = UnpackLow8(a, b), high = UnpackHigh8(a, b);
+        s0 = Add32(s0, MulAdd16(WidenLow8u(low), pair.coefficients));
+        s1 = Add32(s1, MulAdd16(WidenHigh8u(low), pair.coefficients));
+        s2 = Add32(s2, MulAdd16(WidenLow8u(high), pair.coefficients));
+        s3 = Add32(s3, MulAdd16(WidenHigh8u(high), pair.coefficients));
+    }
+    StoreQuotients(dst, s0, s1, s2, s3, divisor);
+}
+
+template <bool bytes>
+void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height, const Taps& taps, const Divisor& divisor)
+{
+    for (Vek32s y = 0; y < height; ++y) {
+        const Vek8u* src = Row(source.first, source.step, y);
+        Vek8u* dst = Row(pDst, dstStep, y);
+        for (int64_t i = 0; i < samples; i += 16) {
+            const int64_t x = Min(i, samples - 16);
+            if constexpr (bytes)
+                FilterBlockBytes(src + x, dst + x, taps, divisor);
+            else
+                FilterBlockWords(src + x, dst + x, taps, divisor);
+        }
+    }
+}
+
+// False where the scalar loop has to do it.
+bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
+               const Vek32s* pKernel, VekImageSize kernel, const Divisor& divisor)
+{
+    if (!kBlocks || samples < 16)
+        return false;
+    Taps taps;
+    taps.pairs = (TapPair*)AllocateBlock(((int64_t)kernel.width * kernel.height / 2 + 1) * (int64_t)sizeof(TapPair));
+    if (!taps.pairs)
+        return false;
+    const bool fits = MakeTaps(taps, source, pKernel, kernel);
+    if (fits) {
+        const Divisor d = ForBlocks(divisor, pKernel, kernel);
+        if (taps.bytes)
+            FilterBlocks<true>(source, pDst, dstStep, samples, height, taps, d);
+        else
+            FilterBlocks<false>(source, pDst, dstStep, samples, height, taps, d);
+    }
+    ReleaseBlock(taps.pairs);
+    return fits;
+}
+
+VekStatus Filter(Vek32s channels, const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize size,
+                 const Vek32s* pKernel, VekImageSize kernel, VekPoint anchor, Vek32s divisor)
+{
+    if (!pSrc || !pDst || !pKernel)                                                      return StatusNullPointer;
+    if (size.width < 1 || size.height < 1 || kernel.width < 1 || kernel.height < 1)      return StatusBadSize;
+    if (divisor == 0)                                                                    return StatusBadDivisor;
+    if (!IsGoodStep(srcStep, dstStep, channels, size, kernel))                           return StatusBadStep;
+
+    const TapSource source = FirstTap(pSrc, srcStep, channels, kernel, anchor);
+    const int64_t samples = (int64_t)size.width * channels;
+    const Divisor d = MakeDivisor(divisor);
+    if (!TryBlocks(source, pDst, dstStep, samples, size.height, pKernel, kernel, d))
+        FilterScalar(source, pDst, dstStep, samples, size.height, pKernel, kernel, d);
+    return StatusOk;
+}
+
+}  // namespace
+
+VekStatus vekiFilter_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize dstRoiSize,
+                            const Vek32s* pKernel, VekImageSize kernelSize, VekPoint anchor, Vek32s divisor)
+{
+    return Filter(1, pSrc, srcStep, pDst, dstStep, dstRoiSize, pKernel, kernelSize, anchor, divisor);
+}
+
+VekStatus vekiFilter_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize dstRoiSize,
+                            const Vek32s* pKernel, VekImageSize kernelSize, VekPoint anchor, Vek32s divisor)
+{
+    return Filter(3, pSrc, srcStep, pDst, dstStep, dstRoiSize, pKernel, kernelSize, anchor, divisor);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE

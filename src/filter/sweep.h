@@ -1,0 +1,192 @@
+// The sweep of the fixed 3-row and 5-row kernels: each source row is filtered in x once, its results
+// stand in a ring until the rows that need them are done, and a destination row combines them.
+//
+// A kernel is a type with
+//   Src, Dst                                sample types
+//   Row, Scalar(const Src*)                 one sample's row result, in scalar arithmetic
+//   Combine(rows.., const Src* centre)      a destination sample of the row results, top to bottom
+//   kBlock, BlockRow, Block(const Src*)     the same for kBlock samples at once
+//   StoreBlock(const BlockRow&.., const Src* centre, Dst*)
+//
+// A row is written when its own and the next row's results are in the ring, so that a kernel that does
+// not look at `centre` may work in place, if its strips are as wide as the image.
+#ifndef UVEK_FILTER_SWEEP_H
+#define UVEK_FILTER_SWEEP_H
+
+#include "frame/memory.h"
+#include "frame/simd.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+
+// Words of 16 neighbouring samples, at even and at odd places: a load of bytes splits into them with
+// one mask and one shift, and loads one byte apart share halves.
+struct WordPair {
+    V even, odd;
+};
+
+inline V EvenBytes(V v) { return And(v, Splat16(0xff)); }
+inline V OddBytes(V v) { return ShiftRight16u<8>(v); }
+
+// Bytes of words that are 0 .. 255 already.
+inline void StoreBytes(Vek8u* p, WordPair v) { StoreU(p, Or(v.even, ShiftLeft16<8>(v.odd))); }
+
+// Bytes of signed words, saturated.
+inline void StoreSaturated(Vek8u* p, WordPair v)
+{
+    const V halves = Pack16sTo8u(v.even, v.odd);
+    StoreU(p, UnpackLow8(halves, BytesDown<8>(halves)));
+}
+
+// Columns that the ring covers at a time: it stays in the first cache whatever the image's width.
+constexpr Vek32s kStrip = 1024, kNoStrips = 0;
+
+// How blocks of `block` samples cover a row: the last one reaches back to end with it.
+struct Blocks {
+    Vek32s count, last;
+    Blocks(Vek32s width, Vek32s block) : count((Vek32s)(((int64_t)width + block - 1) / block)), last(width - block) {}
+};
+
+template <typename Kernel>
+void SweepBlocks3(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
+                  typename Kernel::BlockRow* ring)
+{
+    const Blocks blocks(size.width, Kernel::kBlock);
+    typename Kernel::BlockRow* above = ring;
+    typename Kernel::BlockRow* here = ring + blocks.count;
+    for (Vek32s i = 0; i < blocks.count; ++i) {
+        const auto* p = src + Min(i * Kernel::kBlock, blocks.last);
+        above[i] = Kernel::Block(Offset(p, -srcStep));
+        here[i] = Kernel::Block(p);
+    }
+    for (Vek32s y = 0; y < size.height; ++y) {
+        const auto* below = Offset(src, srcStep);
+        for (Vek32s i = 0; i < blocks.count; ++i) {
+            const Vek32s x = Min(i * Kernel::kBlock, blocks.last);
+            const auto next = Kernel::Block(below + x);
+            Kernel::StoreBlock(above[i], here[i], next, src + x, dst + x);
+            above[i] = next;
+        }
+        auto* const swap = above;
+        above = here;
+        here = swap;
+        src = below;
+        dst = Offset(dst, dstStep);
+    }
+}
+
+template <typename Kernel>
+void SweepScalar3(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
+                  typename Kernel::Row* ring)
+{
+    typename Kernel::Row* above = ring;
+    typename Kernel::Row* here = ring + size.width;
+    for (Vek32s x = 0; x < size.width; ++x) {
+        above[x] = Kernel::Scalar(Offset(src + x, -srcStep));
+        here[x] = Kernel::Scalar(src + x);
+    }
+    for (Vek32s y = 0; y < size.height; ++y) {
+        const auto* below = Offset(src, srcStep);
+        for (Vek32s x = 0; x < size.width; ++x) {
+            const auto next = Kernel::Scalar(below + x);
+            Put(dst + x, Kernel::Combine(above[x], here[x], next, src + x));
+            above[x] = next;
+        }
+        auto* const swap = above;
+        above = here;
+        here = swap;
+        src = below;
+        dst = Offset(dst, dstStep);
+    }
+}
+
+template <typename Kernel>
+void SweepBlocks5(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
+                  typename Kernel::BlockRow* ring)
+{
+    const Blocks blocks(size.width, Kernel::kBlock);
+    typename Kernel::BlockRow* rows[4];
+    for (int r = 0; r < 4; ++r) {
+        rows[r] = ring + (int64_t)r * blocks.count;
+        for (Vek32s i = 0; i < blocks.count; ++i)
+            rows[r][i] = Kernel::Block(Offset(src + Min(i * Kernel::kBlock, blocks.last), (r - 2) * srcStep));
+    }
+    for (Vek32s y = 0; y < size.height; ++y) {
+        const auto* lowest = Offset(src, 2 * srcStep);
+        for (Vek32s i = 0; i < blocks.count; ++i) {
+            const Vek32s x = Min(i * Kernel::kBlock, blocks.last);
+            const auto next = Kernel::Block(lowest + x);
+            Kernel::StoreBlock(rows[0][i], rows[1][i], rows[2][i], rows[3][i], next, src + x, dst + x);
+            rows[0][i] = next;
+        }
+        auto* const oldest = rows[0];
+        for (int r = 0; r < 3; ++r)
+            rows[r] = rows[r + 1];
+        rows[3] = oldest;
+        src = Offset(src, srcStep);
+        dst = Offset(dst, dstStep);
+    }
+}
+
+template <typename Kernel>
+void SweepScalar5(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
+                  typename Kernel::Row* ring)
+{
+    typename Kernel::Row* rows[4];
+    for (int r = 0; r < 4; ++r) {
+        rows[r] = ring + (int64_t)r * size.width;
+        for (Vek32s x = 0; x < size.width; ++x)
+            rows[r][x] = Kernel::Scalar(Offset(src + x, (r - 2) * srcStep));
+    }
+    for (Vek32s y = 0; y < size.height; ++y) {
+        const auto* lowest = Offset(src, 2 * srcStep);
+        for (Vek32s x = 0; x < size.width; ++x) {
+            const auto next = Kernel::Scalar(lowest + x);
+            Put(dst + x, Kernel::Combine(rows[0][x], rows[1][x], rows[2][x], rows[3][x], next, src + x));
+            rows[0][x] = next;
+        }
+        auto* const oldest = rows[0];
+        for (int r = 0; r < 3; ++r)
+            rows[r] = rows[r + 1];
+        rows[3] = oldest;
+        src = Offset(src, srcStep);
+        dst = Offset(dst, dstStep);
+    }
+}
+
+// The whole of a call after its checks: the ring's memory, and strips of columns where blocks run.
+template <typename Kernel, int rows, Vek32s strip = kStrip>
+VekStatus Sweep(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size)
+{
+    constexpr int kept = rows - 1;
+    if (kBlocks && size.width >= Kernel::kBlock) {
+        const Vek32s widest = strip == kNoStrips ? size.width : Min(size.width, 2 * strip);
+        const int64_t bytes = kept * (((int64_t)widest + Kernel::kBlock - 1) / Kernel::kBlock) * (int64_t)sizeof(typename Kernel::BlockRow);
+        auto* ring = (typename Kernel::BlockRow*)AllocateBlock(bytes);
+        if (!ring)
+            return StatusNoMemory;
+        for (Vek32s x = 0; x < size.width;) {
+            // The last strip takes what is left, so that it is never narrower than a block.
+            const Vek32s width = size.width - x <= widest ? size.width - x : strip;
+            if constexpr (rows == 3)
+                SweepBlocks3<Kernel>(src + x, srcStep, dst + x, dstStep, {width, size.height}, ring);
+            else
+                SweepBlocks5<Kernel>(src + x, srcStep, dst + x, dstStep, {width, size.height}, ring);
+            x += width;
+        }
+        ReleaseBlock(ring);
+    } else {
+        auto* ring = (typename Kernel::Row*)AllocateBlock((int64_t)kept * size.width * (int64_t)sizeof(typename Kernel::Row));
+        if (!ring)
+            return StatusNoMemory;
+        if constexpr (rows == 3)
+            SweepScalar3<Kernel>(src, srcStep, dst, dstStep, size, ring);
+        else
+            SweepScalar5<Kernel>(src, srcStep, dst, dstStep, size, ring);
+        ReleaseBlock(ring);
+    }
+    return StatusOk;
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif

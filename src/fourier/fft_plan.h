@@ -1,0 +1,83 @@
+// Which path serves which order, tier by tier and for both precisions, and how much memory it needs.
+// Orders here are those of complex transforms.
+#ifndef UVEK_FOURIER_FFT_PLAN_H
+#define UVEK_FOURIER_FFT_PLAN_H
+
+#include "fourier/fft.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+
+template <typename T> constexpr bool kIsDouble = sizeof(T) == sizeof(Vek64f);
+
+// The largest order that one kernel does.
+template <typename T>
+constexpr Vek32s kKernelOrder = kIsDouble<T> ? (kTier == 0 ? 9 : kTier == 1 ? 14 : 16)
+                                             : (kTier == 0 ? 10 : kTier == 1 ? 16 : 17);
+// Above the kernel, tier 0 has two orders that merge blocks.
+template <typename T> constexpr Vek32s kMergeOrder = kTier == 0 ? kKernelOrder<T> + 2 : kKernelOrder<T>;
+
+// The bits of the outer, column dimension of a split order.
+template <typename T>
+constexpr Vek32s ColumnBits(Vek32s order)
+{
+    if (kTier == 0) {
+        constexpr Vek8u kSingle[] = {5, 6, 7, 8, 8, 8, 10, 10, 10, 10, 8, 8, 10, 10, 10, 10, 10, 10};
+        constexpr Vek8u kDouble[] = {4, 5, 6, 7, 7, 8, 9, 9, 9, 8, 8, 9, 9, 9, 9, 9, 9, 9, 9};
+        return kIsDouble<T> ? kDouble[order - 12] : kSingle[order - 13];
+    }
+    if (!kIsDouble<T>)
+        return order >= 22 ? 8 : order == 21 ? 5 : order >= 18 ? 4 : 3;
+    if (kTier == 1)
+        return order >= 22 ? 8 : order == 21 ? 7 : order >= 19 ? 6 : order >= 16 ? 4 : 3;
+    return order >= 21 ? 8 : 6;
+}
+
+// log2 of the points that the outer stages hold at a time; tier 0 holds four columns.
+template <typename T>
+constexpr Vek32s TileBits(Vek32s order)
+{
+    if (kTier == 0)
+        return ColumnBits<T>(order) + 2;
+    if (!kIsDouble<T>)
+        return order >= 22 ? 15 : order == 21 ? 13 : order >= 18 ? 10 : 9;
+    if (kTier == 1)
+        return order >= 21 ? 14 : order >= 19 ? 13 : order >= 16 ? 10 : 8;
+    return order >= 22 ? 14 : order >= 19 ? 12 : 10;
+}
+
+// Whether a stage of the kernel is of radix 8 (else 4), with `done` bits behind it.
+constexpr bool IsRadix8(Vek32s order, Vek32s done)
+{
+    const Vek32s left = order - done;
+    if (kTier >= 2)
+        return left % 3 == 0;
+    return left == 3 || (left >= 5 && done >= 3)
+        || (done == 2 && (order == 7 || order == 10 || order == 11 || order == 13 || order == 14));
+}
+
+// The same for the outer stages.
+constexpr bool IsOuterRadix8(Vek32s left) { return left != 2 && left != 4; }
+
+// The reversal of the split path moves square tiles of samples.
+template <typename T> constexpr Vek32s kTileSideBits = kIsDouble<T> ? 5 : 6;
+
+template <typename T>
+constexpr int64_t WorkBytes(Vek32s order)
+{
+    constexpr int64_t kPoint = 2 * sizeof(T);
+    if (order < kFirstTableOrder)
+        return 0;
+    if (order <= kMergeOrder<T>)
+        return kTier == 0 ? 0 : ((kPoint << order) + 31) & ~(int64_t)31;
+    // Not less than two tiles of the large reversal.
+    constexpr int kTwoLevelOrder = kIsDouble<T> ? (kTier == 1 ? 19 : 18) : (kTier == 1 ? 20 : 19);
+    constexpr int64_t kTwoLevelBytes = !kIsDouble<T> ? 65536 : kTier == 1 ? 131072 : 32768;
+    int64_t bytes = kTier > 0 && order >= kTwoLevelOrder ? kTwoLevelBytes : 0;
+    for (; order > kMergeOrder<T>; order -= ColumnBits<T>(order))
+        bytes = Max(bytes, kPoint << TileBits<T>(order));
+    return kTier == 0 ? bytes : Max(bytes, kPoint << order);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif

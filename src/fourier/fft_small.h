@@ -1,0 +1,48 @@
+// Transforms of 1, 2, 4 and 8 elements without any table, in place or not. A scale other than 1 is
+// applied after the first level of additions.
+#ifndef UVEK_FOURIER_FFT_SMALL_H
+#define UVEK_FOURIER_FFT_SMALL_H
+
+#include "fourier/forms.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+
+template <bool inverse, typename T, typename Form>
+void TransformSmall(Vek32s order, Form src, Form dst, T scale)
+{
+    Cx<T> x[8];
+    const int n = 1 << order;
+    for (int i = 0; i < n; ++i)
+        x[i] = LoadOne(src, i);
+    for (int i = 0; i < n / 2; ++i)
+        Butterfly2(x[i], x[i + n / 2]);
+    for (int i = 0; i < n; ++i)
+        x[i] = Scale(x[i], scale);
+    if (order == 2) {
+        // Sums give the even outputs, differences (the second one turned) the odd ones.
+        const Cx<T> s0 = x[0], s1 = x[1], d0 = x[2], d1 = x[3];
+        x[0] = Add(s0, s1);
+        x[1] = AddTurned<inverse>(d0, d1);
+        x[2] = Sub(s0, s1);
+        x[3] = SubTurned<inverse>(d0, d1);
+    } else if (order == 3) {
+        const T half = (T)0.70710678118654752440;
+        Cx<T> e[4] = {x[0], x[1], x[2], x[3]};
+        Butterfly4<inverse>(e[0], e[1], e[2], e[3]);
+        // The differences turn by 0, 1, 2, 3 eighths before their transform of four.
+        const Cx<T> d1 = x[5], d3 = x[7];
+        const Cx<T> zero = {0, 0}, turned1 = AddTurned<inverse>(d1, d1), turned3 = SubTurned<inverse>(d3, d3);
+        Cx<T> d[4] = {x[4], Scale(turned1, half), AddTurned<inverse>(zero, x[6]), Scale(Sub(zero, turned3), half)};
+        Butterfly4<inverse>(d[0], d[1], d[2], d[3]);
+        for (int i = 0; i < 4; ++i) {
+            x[2 * i] = e[i];
+            x[2 * i + 1] = d[i];
+        }
+    }
+    for (int i = 0; i < n; ++i)
+        StoreOne(dst, i, x[i]);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif

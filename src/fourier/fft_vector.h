@@ -1,0 +1,328 @@
+// The transforms of tiers 1 to 3 from order 4. A kernel reads its input in reversed order while it
+// does a first stage of radix 4, keeps its intermediate data in work memory in groups of four, and
+// writes its output with the last stage. Above one kernel's reach, rows and then columns.
+#ifndef UVEK_FOURIER_FFT_VECTOR_H
+#define UVEK_FOURIER_FFT_VECTOR_H
+
+#include "fourier/fft_reversal.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+
+// ---- The first stage ----
+
+// Four results of each of the lanes' butterflies become one group a lane, at `to` plus `apart` times
+// the lane's reversed number.
+VEK_BUTTERFLY void StoreLanes(Cx<F> a, Cx<F> b, Cx<F> c, Cx<F> d, Vek32f* to, int64_t apart)
+{
+    Transpose4(a.re, b.re, c.re, d.re);
+    Transpose4(a.im, b.im, c.im, d.im);
+    Store(Fours<Vek32f>{to}, 0, a);
+    Store(Fours<Vek32f>{to + 2 * apart}, 0, b);
+    Store(Fours<Vek32f>{to + apart}, 0, c);
+    Store(Fours<Vek32f>{to + 3 * apart}, 0, d);
+}
+
+VEK_BUTTERFLY void StoreLanes(Cx<D> a, Cx<D> b, Cx<D> c, Cx<D> d, Vek64f* to, int64_t apart)
+{
+    StoreA(to, UnpackLow(a.re, b.re));
+    StoreA(to + 2, UnpackLow(c.re, d.re));
+    StoreA(to + 4, UnpackLow(a.im, b.im));
+    StoreA(to + 6, UnpackLow(c.im, d.im));
+    Vek64f* const second = to + 2 * apart;
+    StoreA(second, UnpackHigh(a.re, b.re));
+    StoreA(second + 2, UnpackHigh(c.re, d.re));
+    StoreA(second + 4, UnpackHigh(a.im, b.im));
+    StoreA(second + 6, UnpackHigh(c.im, d.im));
+}
+
+// The butterflies of inputs p, p + 1, .. (a quarter of n apart each) give the four results from 4 rev(p).
+template <bool inverse, typename T, typename Form>
+VEK_BUTTERFLY void FusedGroup(Form src, int64_t quarter, T* to, int64_t apart)
+{
+    for (int i = 0; i < 4; i += LanesOf<T>::kCount) {
+        auto a = Load(src, i), b = Load(src, i + quarter), c = Load(src, i + 2 * quarter), d = Load(src, i + 3 * quarter);
+        Butterfly4<inverse>(a, b, c, d);
+        StoreLanes(a, b, c, d, to + (i ? apart : 0), apart);
+    }
+}
+
+// Inputs p and p + n / 8 give neighbouring groups, one cache line of singles.
+template <bool inverse, typename T, typename Form>
+void FusedFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
+{
+    const int64_t quarter = n / 4, apart = n / 16 * 8;
+    if (n < 32) {
+        FusedGroup<inverse>(src, quarter, work, apart);
+        return;
+    }
+    for (int64_t p = 0; p < n / 8; p += 4) {
+        T* const to = work + table[p / 4];
+        FusedGroup<inverse>(src.At(p), quarter, to, apart);
+        FusedGroup<inverse>(src.At(p + n / 8), quarter, to + 8, apart);
+    }
+}
+
+// The same on data that are reversed already.
+template <bool inverse, typename Form>
+void PlainFirstStage(Form src, Vek32f* work, int64_t n)
+{
+    for (int64_t i = 0; i < n; i += 16) {
+        Cx<F> a = Load(src, i), b = Load(src, i + 4), c = Load(src, i + 8), d = Load(src, i + 12);
+        Transpose4(a.re, b.re, c.re, d.re);
+        Transpose4(a.im, b.im, c.im, d.im);
+        Butterfly4<inverse>(a, c, b, d);
+        Transpose4(a.re, c.re, b.re, d.re);
+        Transpose4(a.im, c.im, b.im, d.im);
+        const Fours<Vek32f> to{work};
+        Store(to, i, a);
+        Store(to, i + 4, c);
+        Store(to, i + 8, b);
+        Store(to, i + 12, d);
+    }
+}
+
+template <bool inverse, typename Form>
+void PlainFirstStage(Form src, Vek64f* work, int64_t n)
+{
+    for (int64_t i = 0; i < n; i += 8) {
+        const Cx<D> p = Load(src, i), q = Load(src, i + 4), r = Load(src, i + 2), s = Load(src, i + 6);
+        Cx<D> a = {UnpackLow(p.re, q.re), UnpackLow(p.im, q.im)}, c = {UnpackHigh(p.re, q.re), UnpackHigh(p.im, q.im)};
+        Cx<D> b = {UnpackLow(r.re, s.re), UnpackLow(r.im, s.im)}, d = {UnpackHigh(r.re, s.re), UnpackHigh(r.im, s.im)};
+        Butterfly4<inverse>(a, b, c, d);
+        StoreLanes(a, b, c, d, work + 2 * i, 4);
+    }
+}
+
+// ---- The stages ----
+
+// Written without a loop, which would stay one within a butterfly.
+template <int bits>
+VEK_BUTTERFLY constexpr int ReversedPlace(int n)
+{
+    return bits == 3 ? (n & 1) << 2 | (n & 2) | n >> 2 : (n & 1) << 1 | n >> 1;
+}
+
+// One butterfly of 4 or 8 registers that stand `apart` elements from one another in reversed order.
+// Source::At(n) is input n with its root, Sink::Put(n) takes output n. The odd half of a transform of
+// eight is done first and waits, since the registers hold one half.
+template <bool inverse, typename Source, typename Sink>
+VEK_BUTTERFLY void Step4(Source at, Sink put)
+{
+    auto a = at(0), b = at(1), c = at(2), d = at(3);
+    Butterfly4<inverse>(a, b, c, d);
+    put(0, a);
+    put(1, b);
+    put(2, c);
+    put(3, d);
+}
+
+template <bool inverse, typename Source, typename Sink>
+VEK_BUTTERFLY void Step8(Source at, Sink put)
+{
+    auto o0 = at(1), o1 = at(3), o2 = at(5), o3 = at(7);
+    OddHalf8<inverse>(o0, o1, o2, o3);
+    auto e0 = at(0), e1 = at(2), e2 = at(4), e3 = at(6);
+    Butterfly4<inverse>(e0, e1, e2, e3);
+    put(0, Add(e0, o0));
+    put(4, Sub(e0, o0));
+    put(1, Add(e1, o1));
+    put(5, Sub(e1, o1));
+    put(2, AddTurned<inverse>(e2, o2));
+    put(6, SubTurned<inverse>(e2, o2));
+    put(3, Sub(e3, o3));
+    put(7, Add(e3, o3));
+}
+
+template <bool inverse, int bits, typename Source, typename Sink>
+VEK_BUTTERFLY void Step(Source at, Sink put)
+{
+    if constexpr (bits == 3)
+        Step8<inverse>(at, put);
+    else
+        Step4<inverse>(at, put);
+}
+
+// One stage of a kernel over n elements in blocks of 2^(done + bits).
+template <bool inverse, int bits, typename T, typename Out>
+void KernelStage(Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
+{
+    constexpr int kTable = ((1 << bits) - 1) * 8;
+    for (int64_t block = 0; block < n; block += length << bits) {
+        const T* roots = twiddles;
+        for (int64_t k = 0; k < length; k += 4, roots += kTable)
+            for (int half = 0; half < 4; half += LanesOf<T>::kCount)
+                Step<inverse, bits>(
+                    [=](int n) __attribute__((always_inline)) {
+                        const auto x = Load(in, block + k + half + ReversedPlace<bits>(n) * length);
+                        return n ? MulRoot<inverse>(x, LoadRoot(roots + half + 8 * (n - 1))) : x;
+                    },
+                    [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, block + k + half + n * length, x); });
+    }
+}
+
+template <bool inverse, typename T, typename Out>
+void KernelStage(bool isRadix8, Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
+{
+    if (isRadix8)
+        KernelStage<inverse, 3>(in, out, n, length, twiddles);
+    else
+        KernelStage<inverse, 2>(in, out, n, length, twiddles);
+}
+
+// All stages but the last in work memory: up to blocks that stay in the first-level cache block by
+// block, above that in sweeps; the last one writes to out.
+template <bool inverse, typename T, typename Out>
+void KernelStages(Vek32s order, T* work, Out out, const T* twiddles)
+{
+    constexpr Vek32s kCacheOrder = kIsDouble<T> ? 10 : 11;
+    const auto bitsOf = [order](Vek32s done) { return IsRadix8(order, done) ? 3 : 2; };
+    const auto tableOf = [](Vek32s done, Vek32s bits) { return (((int64_t)1 << bits) - 1) * 2 << done; };
+    const int64_t n = (int64_t)1 << order;
+
+    Vek32s inner = 2;
+    while (inner + bitsOf(inner) <= Min(kCacheOrder, order - 1))
+        inner += bitsOf(inner);
+    const T* table = twiddles;
+    for (int64_t block = 0; block < n; block += (int64_t)1 << inner) {
+        const Fours<T> data = Fours<T>{work}.At(block);
+        table = twiddles;
+        for (Vek32s done = 2; done < inner;) {
+            const Vek32s bits = bitsOf(done);
+            KernelStage<inverse>(bits == 3, data, data, (int64_t)1 << inner, (int64_t)1 << done, table);
+            table += tableOf(done, bits);
+            done += bits;
+        }
+    }
+    for (Vek32s done = inner; done < order;) {
+        const Vek32s bits = bitsOf(done);
+        if (done + bits == order)
+            KernelStage<inverse>(bits == 3, Fours<T>{work}, out, n, (int64_t)1 << done, table);
+        else
+            KernelStage<inverse>(bits == 3, Fours<T>{work}, Fours<T>{work}, n, (int64_t)1 << done, table);
+        table += tableOf(done, bits);
+        done += bits;
+    }
+}
+
+template <bool inverse, typename T, typename Form>
+void FinishKernel(Vek32s order, T* work, Form dst, T scale, const T* twiddles)
+{
+    if (scale == 1)
+        KernelStages<inverse>(order, work, dst, twiddles);
+    else
+        KernelStages<inverse>(order, work, Scaled<Form, T>{dst, scale}, twiddles);
+}
+
+// ---- Above one kernel: the outer stages on a tile of columns ----
+
+// What the first outer stage reads: the rows of the data, each sample times its factor.
+template <typename Form, typename T>
+struct Turned {
+    Form form;         // at the tile's first column
+    int64_t columns;   // between rows of the data
+    int64_t tile;      // between rows of the factors
+    const T* factors;
+};
+
+template <bool inverse, typename T, typename Form>
+VEK_BUTTERFLY Cx<LanesType<T>> LoadTurned(Turned<Form, T> t, int64_t row, int64_t column)
+{
+    const T* const factor = GroupOf((T*)t.factors + 2 * row * t.tile, column);
+    return MulRoot<inverse>(Load(t.form, row * t.columns + column), LoadRoot(factor));
+}
+
+template <bool inverse, int bits, typename T, typename Form, typename Out>
+void OuterFirstStage(const Turned<Form, T>& in, Out out, int64_t outColumns, int64_t rows)
+{
+    for (int64_t row = 0; row < rows; row += 1 << bits)
+        for (int64_t c = 0; c < in.tile; c += LanesOf<T>::kCount)
+            Step<inverse, bits>(
+                [=](int n) __attribute__((always_inline)) { return LoadTurned<inverse>(in, row + ReversedPlace<bits>(n), c); },
+                [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, (row + n) * outColumns + c, x); });
+}
+
+// A later stage; the rows of `out` are outColumns apart, those of the tile `tile`.
+template <bool inverse, int bits, typename T, typename Out>
+void OuterStage(Fours<T> in, int64_t tile, Out out, int64_t outColumns, int64_t rows, int64_t length, const T* twiddles)
+{
+    constexpr int kRadix = 1 << bits;
+    for (int64_t block = 0; block < rows; block += length << bits)
+        for (int64_t k = 0; k < length; ++k) {
+            const T* const roots = twiddles + k * (kRadix - 1) * 8;
+            for (int64_t c = 0; c < tile; c += LanesOf<T>::kCount)
+                Step<inverse, bits>(
+                    [=](int n) __attribute__((always_inline)) {
+                        const auto x = Load(in, (block + k + ReversedPlace<bits>(n) * length) * tile + c);
+                        return n ? MulRoot<inverse>(x, LoadRoot(roots + 8 * (n - 1))) : x;
+                    },
+                    [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, (block + k + n * length) * outColumns + c, x); });
+        }
+}
+
+template <bool inverse, typename T, typename Form>
+void TransformColumns(const FftSpec<T>& spec, Vek32s order, Vek32s level, Form data, T* work)
+{
+    const Vek32s k = ColumnBits<T>(order);
+    const int64_t rows = (int64_t)1 << k, columns = (int64_t)1 << (order - k);
+    const int64_t tile = (int64_t)1 << (TileBits<T>(order) - k);
+    const Fours<T> held{work};
+    for (int64_t first = 0; first < columns; first += tile) {
+        const Form at = data.At(first);
+        const Turned<Form, T> turned{at, columns, tile, spec.outerColumnTwiddles[level] + 2 * first * rows};
+        Vek32s done = IsOuterRadix8(k) ? 3 : 2;
+        if (done == k) {
+            OuterFirstStage<inverse, 3>(turned, at, columns, rows);
+            continue;
+        }
+        if (done == 3)
+            OuterFirstStage<inverse, 3>(turned, held, tile, rows);
+        else
+            OuterFirstStage<inverse, 2>(turned, held, tile, rows);
+        const T* table = spec.outerKernelTwiddles[level];
+        while (done < k) {
+            const Vek32s bits = IsOuterRadix8(k - done) ? 3 : 2;
+            const int64_t length = (int64_t)1 << done;
+            const bool isLast = done + bits == k;
+            if (bits == 3 && isLast)
+                OuterStage<inverse, 3>(held, tile, at, columns, rows, length, table);
+            else if (bits == 3)
+                OuterStage<inverse, 3>(held, tile, held, tile, rows, length, table);
+            else if (isLast)
+                OuterStage<inverse, 2>(held, tile, at, columns, rows, length, table);
+            else
+                OuterStage<inverse, 2>(held, tile, held, tile, rows, length, table);
+            table += (((int64_t)1 << bits) - 1) * 8 << done;
+            done += bits;
+        }
+    }
+}
+
+template <bool inverse, typename T, typename Form>
+void ReversedVector(const FftSpec<T>& spec, Vek32s order, Vek32s level, Form data, T scale, T* work)
+{
+    if (order <= kKernelOrder<T>) {
+        PlainFirstStage<inverse>(data, work, (int64_t)1 << order);
+        FinishKernel<inverse>(order, work, data, scale, (const T*)spec.kernelTwiddles);
+        return;
+    }
+    const Vek32s k = ColumnBits<T>(order);
+    for (int64_t row = 0; row < (int64_t)1 << k; ++row)
+        ReversedVector<inverse>(spec, order - k, level + 1, data.At(row << (order - k)), scale, work);
+    TransformColumns<inverse>(spec, order, level, data, work);
+}
+
+template <bool inverse, typename T, typename Form>
+void TransformVector(const FftSpec<T>& spec, Vek32s order, Form src, Form dst, T scale, T* work)
+{
+    if (order <= kKernelOrder<T>) {
+        FusedFirstStage<inverse>(src, work, (int64_t)1 << order, spec.bitReversal);
+        FinishKernel<inverse>(order, work, dst, scale, (const T*)spec.kernelTwiddles);
+        return;
+    }
+    ReverseTiles(src, dst, order, spec.bitReversal, work);
+    ReversedVector<inverse>(spec, order, 0, dst, scale, work);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif

@@ -1,0 +1,167 @@
+// Pixels of 1 to 12 bytes from columns to rows.
+#ifndef UVEK_GEOMETRY_ORTHOGONAL_TRANSPOSE_H
+#define UVEK_GEOMETRY_ORTHOGONAL_TRANSPOSE_H
+
+#include "geometry/orthogonal_rows.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+namespace {
+
+// A block that registers turn: so many destination columns, each from a source row, and rows.
+struct BlockSize {
+    Vek32s columns, rows;
+};
+
+template <int pixelBytes>
+constexpr BlockSize kBlock = {0, 0};
+template <>
+constexpr BlockSize kBlock<1> = {16, 8};
+template <>
+constexpr BlockSize kBlock<2> = {8, 8};
+template <>
+constexpr BlockSize kBlock<3> = {16, 4};
+template <>
+constexpr BlockSize kBlock<4> = {4, 4};
+
+// Source row i of the block starts at src + i step; destination row j at dst + j dstStep.
+inline void TransposeBlock1(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    V a[8], b[8];
+    for (int i = 0; i < 8; ++i)  // rows i and i + 8
+        a[i] = UnpackLow8(Load64(src + i * step), Load64(src + (i + 8) * step));
+    for (int i = 0; i < 4; ++i) {  // i, i + 4, i + 8, i + 12 of columns 0 to 3 and 4 to 7
+        b[i] = UnpackLow8(a[i], a[i + 4]);
+        b[i + 4] = UnpackHigh8(a[i], a[i + 4]);
+    }
+    for (int half = 0; half < 8; half += 4)
+        for (int i = 0; i < 2; ++i) {
+            a[half + i] = UnpackLow8(b[half + i], b[half + i + 2]);
+            a[half + i + 2] = UnpackHigh8(b[half + i], b[half + i + 2]);
+        }
+    for (int i = 0; i < 8; i += 2) {
+        StoreU(dst + i * dstStep, UnpackLow8(a[i], a[i + 1]));
+        StoreU(dst + (i + 1) * dstStep, UnpackHigh8(a[i], a[i + 1]));
+    }
+}
+
+inline void TransposeBlock2(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    V a[8], b[8];
+    for (int i = 0; i < 8; ++i)
+        a[i] = LoadU(src + i * step);
+    for (int i = 0; i < 4; ++i) {
+        b[2 * i] = UnpackLow16(a[i], a[i + 4]);
+        b[2 * i + 1] = UnpackHigh16(a[i], a[i + 4]);
+    }
+    for (int i = 0; i < 4; ++i) {
+        a[2 * i] = UnpackLow16(b[i], b[i + 4]);
+        a[2 * i + 1] = UnpackHigh16(b[i], b[i + 4]);
+    }
+    for (int i = 0; i < 4; ++i) {
+        StoreU(dst + 2 * i * dstStep, UnpackLow16(a[i], a[i + 4]));
+        StoreU(dst + (2 * i + 1) * dstStep, UnpackHigh16(a[i], a[i + 4]));
+    }
+}
+
+inline void Transpose32(V& a, V& b, V& c, V& d)
+{
+    const V ab0 = UnpackLow32(a, b), ab1 = UnpackHigh32(a, b), cd0 = UnpackLow32(c, d), cd1 = UnpackHigh32(c, d);
+    a = UnpackLow64(ab0, cd0);
+    b = UnpackHigh64(ab0, cd0);
+    c = UnpackLow64(ab1, cd1);
+    d = UnpackHigh64(ab1, cd1);
+}
+
+inline void TransposeBlock4(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    V a = LoadU(src), b = LoadU(src + step), c = LoadU(src + 2 * step), d = LoadU(src + 3 * step);
+    Transpose32(a, b, c, d);
+    StoreU(dst, a);
+    StoreU(dst + dstStep, b);
+    StoreU(dst + 2 * dstStep, c);
+    StoreU(dst + 3 * dstStep, d);
+}
+
+// Four pixels of three bytes as four of four.
+inline V LoadSpread3(const Vek8u* p)
+{
+    return Shuffle8(UnpackLow64(Load64(p), Load32(p + 8)), Lanes8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+}
+
+inline void TransposeBlock3(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    V part[4][4];  // destination row, four columns
+    for (int i = 0; i < 4; ++i) {
+        const Vek8u* const from = src + 4 * i * step;
+        V a = LoadSpread3(from), b = LoadSpread3(from + step), c = LoadSpread3(from + 2 * step), d = LoadSpread3(from + 3 * step);
+        Transpose32(a, b, c, d);
+        part[0][i] = a;
+        part[1][i] = b;
+        part[2][i] = c;
+        part[3][i] = d;
+    }
+    // 12 bytes at the end of the register, which the next twelve are joined to.
+    const V toEnd = Lanes8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14);
+    for (int j = 0; j < 4; ++j) {
+        const V a = Shuffle8(part[j][0], toEnd), b = Shuffle8(part[j][1], toEnd), c = Shuffle8(part[j][2], toEnd), d = Shuffle8(part[j][3], toEnd);
+        Vek8u* const to = dst + j * dstStep;
+        StoreU(to, Concat<4>(a, BytesDown<4>(b)));
+        StoreU(to + 16, Concat<8>(b, BytesDown<4>(c)));
+        StoreU(to + 32, Concat<12>(c, BytesDown<4>(d)));
+    }
+}
+
+template <int pixelBytes>
+void TransposeBlock(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    if constexpr (pixelBytes == 1)
+        TransposeBlock1(src, step, dst, dstStep);
+    else if constexpr (pixelBytes == 2)
+        TransposeBlock2(src, step, dst, dstStep);
+    else if constexpr (pixelBytes == 3)
+        TransposeBlock3(src, step, dst, dstStep);
+    else
+        TransposeBlock4(src, step, dst, dstStep);
+}
+
+// Destination columns at a time: so many source rows stay in the cache while a tile goes down.
+constexpr Vek32s kTileColumns = 32;
+
+// Pixel (x, y) of the destination stands at src + x columnStep + y rowStep; rowStep is a pixel, forward
+// or backward.
+template <int pixelBytes>
+void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst, Vek32s dstStep, VekImageSize size)
+{
+    constexpr BlockSize block = kBlock<pixelBytes>;
+    constexpr bool hasBlocks = kBlocks && block.rows > 0 && (kHasByteShuffle || pixelBytes != 3);
+    for (int64_t x0 = 0; x0 < size.width; x0 += kTileColumns) {
+        const Vek32s columns = (Vek32s)Min<int64_t>(kTileColumns, size.width - x0);
+        const Vek8u* const tile = Offset(src, x0 * columnStep);
+        Vek8u* const dstTile = dst + x0 * pixelBytes;
+        Vek32s y = 0, blocked = 0;
+        if constexpr (hasBlocks) {
+            blocked = columns - columns % block.columns;
+            for (; blocked && size.height - y >= block.rows; y += block.rows) {
+                // Where the source runs backward, its block starts with the last destination row.
+                const Vek32s first = rowStep > 0 ? y : y + block.rows - 1;
+                const int64_t step = rowStep > 0 ? dstStep : -(int64_t)dstStep;
+                for (Vek32s x = 0; x < blocked; x += block.columns)
+                    TransposeBlock<pixelBytes>(Offset(tile, x * columnStep + first * rowStep), columnStep, Row(dstTile, dstStep, first) + x * pixelBytes, step);
+                for (Vek32s j = y; j < y + block.rows; ++j)
+                    for (Vek32s x = blocked; x < columns; ++x)
+                        MovePixel<pixelBytes>(Row(dstTile, dstStep, j) + x * pixelBytes, Offset(tile, x * columnStep + j * rowStep));
+            }
+        }
+        for (; y < size.height; ++y) {
+            Vek8u* const to = Row(dstTile, dstStep, y);
+            const Vek8u* const from = Offset(tile, y * rowStep);
+            for (Vek32s x = 0; x < columns; ++x)
+                MovePixel<pixelBytes>(to + x * pixelBytes, Offset(from, x * columnStep));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace uvek::VEK_TIER_NAMESPACE
+
+#endif

@@ -1,0 +1,253 @@
+// Images turned over: top to bottom, left to right, or both.
+#include "frame/simd.h"
+#include "image/copy.h"
+#include "uvek/image.h"
+
+namespace uvek::VEK_TIER_NAMESPACE {
+namespace {
+
+// Byte j of a run of 48 bytes whose pixels stand in the opposite order comes from this byte of
+// register `part`.
+template <int pixelBytes>
+constexpr int ReversedByte(int j, int part)
+{
+    const int from = 48 - pixelBytes - j / pixelBytes * pixelBytes + j % pixelBytes;
+    return from / 16 == part ? from % 16 : 0x80;
+}
+
+template <int pixelBytes, int out, int part>
+inline V ReverseIndex()
+{
+    constexpr int k = 16 * out;
+    constexpr auto from = ReversedByte<pixelBytes>;
+    return Lanes8(from(k, part), from(k + 1, part), from(k + 2, part), from(k + 3, part),
+                  from(k + 4, part), from(k + 5, part), from(k + 6, part), from(k + 7, part),
+                  from(k + 8, part), from(k + 9, part), from(k + 10, part), from(k + 11, part),
+                  from(k + 12, part), from(k + 13, part), from(k + 14, part), from(k + 15, part));
+}
+
+// A block of whole pixels: one register, or three for pixels of three samples. Of four samples the
+// last is alpha.
+template <typename T, int channels>
+struct Block {
+    static constexpr int kPixelBytes = channels * (int)sizeof(T);
+    static constexpr int kRegisters = channels == 3 ? 3 : 1;
+    static constexpr int kPixels = 16 * kRegisters / kPixelBytes;
+
+    V v[kRegisters];
+
+    static Block Load(const T* p)
+    {
+        Block block;
+        for (int i = 0; i < kRegisters; ++i)
+            block.v[i] = LoadU((const Vek8u*)p + 16 * i);
+        return block;
+    }
+
+    void Store(T* p) const
+    {
+        for (int i = 0; i < kRegisters; ++i)
+            StoreU((Vek8u*)p + 16 * i, v[i]);
+    }
+
+    Block Reversed() const
+    {
+        if constexpr (channels == 3) {
+            const V a = v[0], b = v[1], c = v[2];
+            return {{Or(Shuffle8(b, ReverseIndex<kPixelBytes, 0, 1>()), Shuffle8(c, ReverseIndex<kPixelBytes, 0, 2>())),
+                     Or(Or(Shuffle8(a, ReverseIndex<kPixelBytes, 1, 0>()), Shuffle8(b, ReverseIndex<kPixelBytes, 1, 1>())),
+                        Shuffle8(c, ReverseIndex<kPixelBytes, 1, 2>())),
+                     Or(Shuffle8(a, ReverseIndex<kPixelBytes, 2, 0>()), Shuffle8(b, ReverseIndex<kPixelBytes, 2, 1>()))}};
+        } else if constexpr (kPixelBytes == 1) {
+            return {{Reverse8(v[0])}};
+        } else if constexpr (kPixelBytes == 2) {
+            return {{Reverse16(v[0])}};
+        } else if constexpr (kPixelBytes == 4) {
+            return {{Permute32<3, 2, 1, 0>(v[0])}};
+        } else {
+            return {{Permute32<2, 3, 0, 1>(v[0])}};
+        }
+    }
+};
+
+// What a has in b's place and b in a's differs from what they have now by this; alpha by nothing.
+template <typename T, int channels>
+inline V Difference(V a, V b)
+{
+    const V difference = Xor(a, b);
+    if constexpr (channels == 4)
+        return And(difference, sizeof(T) == 1 ? Splat32(0xffffff) : Lanes32(-1, 0xffff, -1, 0xffff));
+    return difference;
+}
+
+template <typename T, int channels>
+inline void ExchangePixels(T* a, T* b)
+{
+    for (int c = 0; c < (channels == 4 ? 3 : channels); ++c) {
+        const T x = Get(a + c), y = Get(b + c);
+        Put(a + c, y);
+        Put(b + c, x);
+    }
+}
+
+// Without a byte shuffle pixels of three samples go one at a time.
+template <int channels>
+constexpr bool kReversesBlocks = kBlocks && (channels != 3 || kHasByteShuffle);
+
+// The block at `front` against the one that ends before `back`.
+template <typename T, int channels>
+inline void ExchangeBlocksReversed(T* front, T* back)
+{
+    using B = Block<T, channels>;
+    T* const low = back - B::kPixels * channels;
+    const B a = B::Load(front), b = B::Load(low);
+    if constexpr (channels == 4) {
+        const B change = {{Difference<T, channels>(a.v[0], b.Reversed().v[0])}};
+        StoreU(front, Xor(a.v[0], change.v[0]));
+        StoreU(low, Xor(b.v[0], change.Reversed().v[0]));
+    } else {
+        b.Reversed().Store(front);
+        a.Reversed().Store(low);
+    }
+}
+
+// `count` pixels from `front` on against those from before `end` down; the two runs are apart.
+template <typename T, int channels>
+void ExchangeReversed(T* front, T* end, int64_t count)
+{
+    constexpr int step = Block<T, channels>::kPixels * channels;
+    int64_t left = count;
+    if (kReversesBlocks<channels>) {
+        for (; left * channels >= 2 * step; left -= 2 * step / channels, front += 2 * step, end -= 2 * step) {
+            ExchangeBlocksReversed<T, channels>(front, end);
+            ExchangeBlocksReversed<T, channels>(front + step, end - step);
+        }
+        for (; left * channels >= step; left -= step / channels, front += step, end -= step)
+            ExchangeBlocksReversed<T, channels>(front, end);
+    }
+    for (; left > 0; --left, front += channels, end -= channels)
+        ExchangePixels<T, channels>(front, end - channels);
+}
+
+template <typename T, int channels>
+void ExchangeRows(T* a, T* b, int64_t width)
+{
+    using B = Block<T, channels>;
+    int64_t x = 0;
+    if (kBlocks) {
+        for (; width - x >= B::kPixels; x += B::kPixels) {
+            const B p = B::Load(a + x * channels), q = B::Load(b + x * channels);
+            if constexpr (channels == 4) {
+                const V change = Difference<T, channels>(p.v[0], q.v[0]);
+                StoreU(a + x * channels, Xor(p.v[0], change));
+                StoreU(b + x * channels, Xor(q.v[0], change));
+            } else {
+                q.Store(a + x * channels);
+                p.Store(b + x * channels);
+            }
+        }
+    }
+    for (; x < width; ++x)
+        ExchangePixels<T, channels>(a + x * channels, b + x * channels);
+}
+
+VekStatus CheckAxis(VekImageSize size, Vek32s axis)
+{
+    if (size.width < 1 || size.height < 1)              return StatusBadSize;
+    if (axis < AxisHorizontal || axis > AxisBoth)       return StatusBadMirrorAxis;
+    if (axis != AxisVertical && size.height < 2)        return StatusBadSize;
+    if (axis != AxisHorizontal && size.width < 2)       return StatusBadSize;
+    return StatusOk;
+}
+
+template <int channels, typename T>
+VekStatus MirrorInPlace(T* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    if (!pSrcDst)                                       return StatusNullPointer;
+    if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
+
+    const int64_t width = roiSize.width, samples = width * channels;
+    const Vek32s height = roiSize.height;
+    if (axis == AxisVertical) {
+        for (Vek32s y = 0; y < height; ++y) {
+            T* const row = Row(pSrcDst, srcDstStep, y);
+            ExchangeReversed<T, channels>(row, row + samples, width / 2);
+        }
+        return StatusOk;
+    }
+    for (Vek32s y = 0; y < height / 2; ++y) {
+        T* const upper = Row(pSrcDst, srcDstStep, y);
+        T* const lower = Row(pSrcDst, srcDstStep, height - 1 - y);
+        if (axis == AxisBoth)
+            ExchangeReversed<T, channels>(upper, lower + samples, width);
+        else
+            ExchangeRows<T, channels>(upper, lower, width);
+    }
+    if (axis == AxisBoth && height % 2 != 0) {
+        T* const middle = Row(pSrcDst, srcDstStep, height / 2);
+        ExchangeReversed<T, channels>(middle, middle + samples, width / 2);
+    }
+    return StatusOk;
+}
+
+void CopyReversed(const Vek8u* src, Vek8u* dst, int64_t width)
+{
+    using B = Block<Vek8u, 3>;
+    int64_t x = 0;
+    if (kReversesBlocks<3>)
+        for (; width - x >= B::kPixels; x += B::kPixels)
+            B::Load(src + (width - x - B::kPixels) * 3).Reversed().Store(dst + x * 3);
+    for (; x < width; ++x)
+        for (int c = 0; c < 3; ++c)
+            dst[x * 3 + c] = src[(width - 1 - x) * 3 + c];
+}
+
+}  // namespace
+
+VekStatus vekiMirror_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize, Vek32s axis)
+{
+    if (!pSrc || !pDst)                                 return StatusNullPointer;
+    if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
+
+    for (Vek32s y = 0; y < roiSize.height; ++y) {
+        const Vek8u* const src = Row(pSrc, srcStep, y);
+        Vek8u* const dst = Row(pDst, dstStep, axis == AxisVertical ? y : roiSize.height - 1 - y);
+        if (axis == AxisHorizontal)
+            CopyRow(src, dst, (int64_t)roiSize.width * 3);
+        else
+            CopyReversed(src, dst, roiSize.width);
+    }
+    return StatusOk;
+}
+
+VekStatus vekiMirror_8u_C1IR(Vek8u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<1>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+VekStatus vekiMirror_8u_C3IR(Vek8u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<3>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+VekStatus vekiMirror_8u_AC4IR(Vek8u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<4>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+VekStatus vekiMirror_16u_C1IR(Vek16u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<1>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+VekStatus vekiMirror_16u_C3IR(Vek16u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<3>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+VekStatus vekiMirror_16u_AC4IR(Vek16u* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    return MirrorInPlace<4>(pSrcDst, srcDstStep, roiSize, axis);
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE

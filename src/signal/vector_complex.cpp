@@ -1,0 +1,163 @@
+// Magnitude, power and phase of complex vectors.
+#include "frame/simd_float.h"
+#include "signal/arctangent.h"
+#include "uvek/signal.h"
+
+#include <math.h>
+
+namespace uvek::VEK_TIER_NAMESPACE {
+namespace {
+
+// Where the parts of a number stand: in two vectors, or side by side.
+struct Planes {
+    const Vek32f* re;
+    const Vek32f* im;
+    void Load4(Vek32s i, F& x, F& y) const
+    {
+        x = LoadU(re + i);
+        y = LoadU(im + i);
+    }
+    Vek32f Re(Vek32s i) const { return Get(re + i); }
+    Vek32f Im(Vek32s i) const { return Get(im + i); }
+};
+
+struct Pairs {
+    const Vek32f* parts;
+    const Vek32f* At(Vek32s i) const { return parts + 2 * (int64_t)i; }
+    void Load4(Vek32s i, F& x, F& y) const
+    {
+        const F a = LoadU(At(i)), b = LoadU(At(i) + 4);
+        x = Pick<0, 2, 0, 2>(a, b);
+        y = Pick<1, 3, 1, 3>(a, b);
+    }
+    Vek32f Re(Vek32s i) const { return Get(At(i)); }
+    Vek32f Im(Vek32s i) const { return Get(At(i) + 1); }
+};
+
+inline Vek32f MagnitudeOf(Vek32f re, Vek32f im)
+{
+    const Vek64f x = re, y = im;
+    return (Vek32f)sqrt(x * x + y * y);
+}
+
+inline D MagnitudeOf(D re, D im)
+{
+    return Sqrt(Add(Mul(re, re), Mul(im, im)));
+}
+
+// Singles serve as long as the square neither overflows nor loses bits below the smallest normal
+// number, and for the number zero; a block with any other lane goes through doubles, as in tier 0.
+// Squares stand in the order of their bits as integers, NaNs last.
+inline bool SquaresServe(V smallest, V largest)
+{
+    constexpr Vek32s kSmallest = 0x0d800000;  // 2^-100
+    return AllZero(Or(Greater32s(Splat32(kSmallest), smallest), Greater32s(largest, Splat32(kLargestFinite))));
+}
+
+inline bool SquareServesOrIsZero(F square, F re, F im)
+{
+    const F zero = Equal(Abs(Or(re, im)), ZeroF());
+    const V bits = AsInt(Or(square, And(zero, SplatF(1))));
+    return SquaresServe(bits, bits);
+}
+
+inline F MagnitudeInDoubles(F re, F im)
+{
+    return LowHalves(ToFloatLow(MagnitudeOf(ToDoubleLow(re), ToDoubleLow(im))),
+                     ToFloatLow(MagnitudeOf(ToDoubleHigh(re), ToDoubleHigh(im))));
+}
+
+template <typename Source>
+VekStatus Magnitude(Source source, Vek32f* pDst, Vek32s len)
+{
+    Vek32s i = 0;
+    if (kBlocks)
+        for (; len - i >= 8; i += 8) {
+            F x0, y0, x1, y1;
+            source.Load4(i, x0, y0);
+            source.Load4(i + 4, x1, y1);
+            const F s0 = Add(Mul(x0, x0), Mul(y0, y0)), s1 = Add(Mul(x1, x1), Mul(y1, y1));
+            F m0 = Sqrt(s0), m1 = Sqrt(s1);
+            if (!SquaresServe(Min32s(AsInt(s0), AsInt(s1)), Max32s(AsInt(s0), AsInt(s1)))) {
+                if (!SquareServesOrIsZero(s0, x0, y0))
+                    m0 = MagnitudeInDoubles(x0, y0);
+                if (!SquareServesOrIsZero(s1, x1, y1))
+                    m1 = MagnitudeInDoubles(x1, y1);
+            }
+            StoreU(pDst + i, m0);
+            StoreU(pDst + i + 4, m1);
+        }
+    for (; i < len; ++i)
+        Put(pDst + i, MagnitudeOf(source.Re(i), source.Im(i)));
+    return StatusOk;
+}
+
+void PhaseByElement(const Vek32f* re, const Vek32f* im, Vek32f* dst, Vek32s len)
+{
+    for (Vek32s i = 0; i < len; ++i)
+        Put(dst + i, (Vek32f)atan2((Vek64f)Get(im + i), (Vek64f)Get(re + i)));
+}
+
+}  // namespace
+
+VekStatus veksMagnitude_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len)
+{
+    if (!pSrcRe || !pSrcIm || !pDst)  return StatusNullPointer;
+    if (len < 1)                      return StatusBadSize;
+    return Magnitude(Planes{pSrcRe, pSrcIm}, pDst, len);
+}
+
+VekStatus veksMagnitude_32fc(const Vek32fc* pSrc, Vek32f* pDst, Vek32s len)
+{
+    if (!pSrc || !pDst)  return StatusNullPointer;
+    if (len < 1)         return StatusBadSize;
+    return Magnitude(Pairs{(const Vek32f*)pSrc}, pDst, len);
+}
+
+VekStatus veksPowerSpectr_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len)
+{
+    if (!pSrcRe || !pSrcIm || !pDst)  return StatusNullPointer;
+    if (len < 1)                      return StatusBadSize;
+
+    Vek32s i = 0;
+    if (kBlocks)
+        for (; len - i >= 8; i += 8) {
+            const F x0 = LoadU(pSrcRe + i), x1 = LoadU(pSrcRe + i + 4);
+            const F y0 = LoadU(pSrcIm + i), y1 = LoadU(pSrcIm + i + 4);
+            StoreU(pDst + i, Add(Mul(x0, x0), Mul(y0, y0)));
+            StoreU(pDst + i + 4, Add(Mul(x1, x1), Mul(y1, y1)));
+        }
+    for (; i < len; ++i) {
+        const Vek32f x = Get(pSrcRe + i), y = Get(pSrcIm + i);
+        Put(pDst + i, x * x + y * y);
+    }
+    return StatusOk;
+}
+
+VekStatus veksPhase_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f* pDst, Vek32s len)
+{
+    if (!pSrcRe || !pSrcIm || !pDst)  return StatusNullPointer;
+    if (len < 1)                      return StatusBadSize;
+
+    Vek32s i = 0;
+    if (kBlocks) {
+        const F magnitude = AsFloat(Splat32(0x7fffffff));
+        for (; len - i >= 8; i += 8) {
+            const F x0 = LoadU(pSrcRe + i), x1 = LoadU(pSrcRe + i + 4);
+            const F y0 = LoadU(pSrcIm + i), y1 = LoadU(pSrcIm + i + 4);
+            const F absX0 = And(x0, magnitude), absX1 = And(x1, magnitude);
+            const F absY0 = And(y0, magnitude), absY1 = And(y1, magnitude);
+            const V larger0 = LargerMagnitude(absX0, absY0), larger1 = LargerMagnitude(absX1, absY1);
+            if (MoveMask8(Greater32s(Max32s(larger0, larger1), Splat32(kLargestFinite))) != 0) {
+                PhaseByElement(pSrcRe + i, pSrcIm + i, pDst + i, 8);
+                continue;
+            }
+            StoreU(pDst + i, Arctangent2(y0, x0, absY0, absX0, larger0));
+            StoreU(pDst + i + 4, Arctangent2(y1, x1, absY1, absX1, larger1));
+        }
+    }
+    PhaseByElement(pSrcRe + i, pSrcIm + i, pDst + i, len - i);
+    return StatusOk;
+}
+
+}  // namespace uvek::VEK_TIER_NAMESPACE

@@ -1,0 +1,4 @@
+int Ask();
+namespace uvek::m7 {
+int answer = Ask();
+}

@@ -1,0 +1,466 @@
+#include "uvek/signal.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "support/guarded.h"
+#include "support/random.h"
+#include "support/tiers.h"
+
+namespace uvek::test {
+namespace {
+
+class SignalVectorTest : public TierTest {};
+
+using Vector16s = GuardedVector<Vek16s>;
+using Vector32f = GuardedVector<Vek32f>;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+uint32_t Bits(float v)
+{
+    uint32_t bits;
+    std::memcpy(&bits, &v, sizeof bits);
+    return bits;
+}
+
+float FromBits(uint32_t bits)
+{
+    float v;
+    std::memcpy(&v, &bits, sizeof v);
+    return v;
+}
+
+template <typename T>
+GuardedVector<T> Like(const Shape& shape)
+{
+    return GuardedVector<T>(shape.width, shape.flush, shape.offset);
+}
+
+Vector32f Floats(std::initializer_list<float> values)
+{
+    Vector32f v((Vek32s)values.size());
+    auto next = values.begin();
+    v.Fill([&] { return *next++; });
+    return v;
+}
+
+// Any bit pattern but a NaN's: all exponents, denormals, infinities, zeros.
+float AnyFloat(std::mt19937& random)
+{
+    for (;;) {
+        const float v = FromBits((uint32_t)random());
+        if (v == v)
+            return random() % 8 ? v : random() % 2 ? 0.0f : std::copysign(kInfinity, v);
+    }
+}
+
+double UnitInLastPlace(double v)
+{
+    return std::ldexp(1.0, std::max(v == 0 ? -149 : std::ilogb(v) - 23, -149));
+}
+
+// Holds an operation on 16-bit vectors to `expected` of one element, on every shape and kind of content.
+template <typename Call, typename Expected>
+void ExpectEach16s(Call call, Expected expected)
+{
+    std::mt19937 random(Seed());
+    ForEachShape([&](const Shape& shape) {
+        const Kind kind = kAllKinds[random() % 4];
+        auto vector = Like<Vek16s>(shape);
+        FillInteger(vector, kind, random);
+        auto want = vector;
+        for (Vek32s i = 0; i < shape.width; ++i)
+            want.set(i, 0, 0, expected(vector[i]));
+        ASSERT_EQ(StatusOk, call(vector.data(), shape.width));
+        ASSERT_EQ(want, vector) << shape << " seed " << Seed();
+    });
+}
+
+Vek16s Saturated(double v)
+{
+    return (Vek16s)std::clamp(v, -32768.0, 32767.0);
+}
+
+TEST_P(SignalVectorTest, ConstantsAddAndSubtractSaturated)
+{
+    for (const int value : {0, 1, -1, 1000, -1000, 32767, -32768}) {
+        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksAddC_16s_I((Vek16s)value, p, n); },
+                      [=](Vek16s v) { return Saturated(v + value); });
+        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksSubC_16s_I((Vek16s)value, p, n); },
+                      [=](Vek16s v) { return Saturated(v - value); });
+    }
+}
+
+TEST_P(SignalVectorTest, ShiftsDropBitsOnTheLeftAndKeepTheSignOnTheRight)
+{
+    for (const Vek32s value : {0, 1, 3, 14, 15, 16, 20, 2147483647}) {
+        const int places = std::min(value, 16);
+        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksLShiftC_16s_I(value, p, n); },
+                      [=](Vek16s v) { return (Vek16s)(Vek16u)((uint64_t)(Vek16u)v << places); });
+        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksRShiftC_16s_I(value, p, n); },
+                      [=](Vek16s v) { return (Vek16s)std::floor(std::ldexp(v, -places)); });
+    }
+}
+
+TEST_P(SignalVectorTest, ScaledSumsRoundTiesToEven)
+{
+    std::mt19937 random(Seed());
+    for (const Vek32s factor : {-2147483647 - 1, -17, -16, -15, -3, -1, 0, 1, 2, 9, 15, 16, 17, 2147483647}) {
+        const double scale = std::ldexp(1.0, -std::clamp(factor, -100, 100));
+        ForEachShape([&](const Shape& shape) {
+            auto a = Like<Vek16s>(shape), b = a, sum = a;
+            FillInteger(a, kAllKinds[random() % 4], random);
+            FillInteger(b, kAllKinds[random() % 4], random);
+            b.set(0, 0, 0, (Vek16s)-a[0]);
+            for (Vek32s i = 0; i < shape.width; ++i)
+                sum.set(i, 0, 0, Saturated(std::nearbyint((a[i] + b[i]) * scale)));
+            auto result = a;
+            ASSERT_EQ(StatusOk, veksAdd_16s_Sfs(a.data(), b.data(), result.data(), shape.width, factor));
+            ASSERT_EQ(sum, result) << shape << " factor " << factor << " seed " << Seed();
+            ASSERT_EQ(StatusOk, veksAdd_16s_Sfs(a.data(), b.data(), b.data(), shape.width, factor));
+            ASSERT_EQ(sum, b) << "in place";
+        });
+    }
+}
+
+TEST_P(SignalVectorTest, IntegersBecomeTheirFloats)
+{
+    Vector16s words(65536);
+    GuardedVector<Vek8u> bytes(256 + 7, Flush::Start);
+    Vector32f result(65536);
+    int next = -32768;
+    words.Fill([&] { return next++; });
+    bytes.Fill([&] { return next++; });
+    for (const Vek32s skip : {0, 1, 5}) {  // tails of several lengths
+        ASSERT_EQ(StatusOk, veksConvert_16s32f(words.data() + skip, result.data() + skip, 65536 - skip));
+        for (Vek32s i = skip; i < 65536; ++i)
+            ASSERT_EQ(i - 32768, result[i]);
+        ASSERT_EQ(StatusOk, veksConvert_8u32f(bytes.data(), result.data(), 263 - skip));
+        for (Vek32s i = 0; i < 263 - skip; ++i)
+            ASSERT_EQ(i % 256, result[i]);
+    }
+}
+
+// The value in the middle of rounding: ties, their neighbours, the borders of the range and past them.
+float HardToRound(std::mt19937& random)
+{
+    const int whole = random() % 3 == 0 ? (int)(random() % 5) - 2 : random() % 2 ? 32767 - (int)(random() % 3) : -32769 + (int)(random() % 3);
+    float v = (float)whole + 0.5f * (float)(random() % 3);
+    for (int step = (int)(random() % 3); step > 0; --step)
+        v = std::nextafter(v, random() % 2 ? kInfinity : -kInfinity);
+    return random() % 8 == 0 ? AnyFloat(random) : random() % 16 == 0 ? kNaN : v;
+}
+
+TEST_P(SignalVectorTest, FloatsRoundByModeAndSaturate)
+{
+    std::mt19937 random(Seed());
+    constexpr Vek32s kLength = 4099;
+    const Vek32s factors[] = {0, 1, -1, 7, -9, 126, 127, 130, -127, -128, -140, 1074, 1075, -1023, -1024, 2147483647, -2147483647 - 1};
+    for (const Vek32s factor : factors)
+        for (const int mode : {(int)RoundZero, (int)RoundNear, (int)RoundHalfAway, -1}) {
+            const double scale = std::ldexp(1.0, -std::clamp(factor, -1100, 1100));
+            Vector32f values(kLength, factor & 1 ? Flush::End : Flush::Start, mode + 1);
+            values.Fill([&] {
+                const float hard = HardToRound(random);
+                return std::abs(factor) < 100 ? std::ldexp(hard, factor) : hard;
+            });
+            Vector16s result(kLength, Flush::End, 1);
+            ASSERT_EQ(StatusOk, veksConvert_32f16s_Sfs(values.data(), result.data(), kLength, mode, factor));
+            for (Vek32s i = 0; i < kLength; ++i) {
+                const double v = values[i] * scale;
+                const double want = std::isnan(v) ? 0 : mode == RoundZero ? std::trunc(v) : mode == RoundNear ? std::nearbyint(v) : std::round(v);
+                ASSERT_EQ(Saturated(want), result[i]) << values[i] << " mode " << mode << " factor " << factor << " seed " << Seed();
+            }
+        }
+}
+
+// The elementwise float operations against the arithmetic of this program's own compiler, to the bit.
+TEST_P(SignalVectorTest, FloatArithmeticIsExact)
+{
+    std::mt19937 random(Seed());
+    ForEachShape([&](const Shape& shape) {
+        const Vek32s n = shape.width;
+        auto a = Like<Vek32f>(shape), b = a;
+        a.Fill([&] { return AnyFloat(random); });
+        b.Fill([&] { return random() % 2 ? std::ldexp(AnyFloat(random), -60) : 1.5f; });
+        const auto check = [&](const char* name, auto call, auto expected) {
+            auto result = a, want = a;
+            for (Vek32s i = 0; i < n; ++i)
+                want.set(i, 0, 0, expected(a[i], b[i]));
+            ASSERT_EQ(StatusOk, call(result.data()));
+            for (Vek32s i = 0; i < n; ++i) {
+                if (std::isnan(want[i]) && std::isnan(result[i]))
+                    want.set(i, 0, 0, result[i]);  // infinity times zero: the sign is the compiler's choice
+            }
+            ASSERT_EQ(want, result) << name << " " << shape << " seed " << Seed();
+        };
+        check("abs", [&](float* p) { return veksAbs_32f(a.data(), p, n); }, [](float x, float) { return std::fabs(x); });
+        check("mulC", [&](float* p) { return veksMulC_32f_I(-0.3f, p, n); }, [](float x, float) { return x * -0.3f; });
+        check("divC", [&](float* p) { return veksDivC_32f_I(3.0f, p, n); }, [](float x, float) { return x * (1.0f / 3.0f); });
+        check("mul", [&](float* p) { return veksMul_32f_I(b.data(), p, n); }, [](float x, float y) { return x * y; });
+        check("sqr", [&](float* p) { return veksSqr_32f_I(p, n); }, [](float x, float) { return x * x; });
+        check("power", [&](float* p) { return veksPowerSpectr_32f(a.data(), b.data(), p, n); },
+              [](float x, float y) { const volatile float xx = x * x, yy = y * y; return xx + yy; });
+    });
+}
+
+TEST_P(SignalVectorTest, ConstantsZeroAndOneDoNotMultiply)
+{
+    const uint32_t signalling = 0x7f800001, payload = 0xffc12345;
+    for (Vek32s n : {1, 21}) {
+        Vector32f v(n);
+        v.Fill([&, i = 0]() mutable { return FromBits(i++ % 2 ? payload : signalling); });
+        auto same = v, zeros = v;
+        EXPECT_EQ(StatusOk, veksMulC_32f_I(1.0f, same.data(), n));
+        EXPECT_EQ(v, same);
+        EXPECT_EQ(StatusOk, veksMulC_32f_I(-0.0f, zeros.data(), n));
+        for (Vek32s i = 0; i < n; ++i)
+            EXPECT_EQ(0u, Bits(zeros[i]));
+        EXPECT_EQ(StatusDivideByZero, veksDivC_32f_I(-0.0f, same.data(), n));
+        EXPECT_EQ(v, same);
+        EXPECT_EQ(StatusOk, veksAbs_32f(v.data(), zeros.data(), n));
+        for (Vek32s i = 0; i < n; ++i)
+            EXPECT_EQ(Bits(v[i]) & 0x7fffffff, Bits(zeros[i]));
+    }
+}
+
+TEST_P(SignalVectorTest, SquareRootWarnsOfNegativesAndFinishes)
+{
+    std::mt19937 random(Seed());
+    ForEachShape([&](const Shape& shape) {
+        auto v = Like<Vek32f>(shape);
+        v.Fill([&] { return std::fabs(AnyFloat(random)); });
+        const Vek32s odd = (Vek32s)(random() % (uint32_t)shape.width);
+        const float oddOnes[] = {-1e-45f, -kInfinity, -0.0f, FromBits(0x7f800001), FromBits(0xff800001), FromBits(0xffc00007)};
+        const int kind = (int)(random() % 6);
+        v.set(odd, 0, 0, oddOnes[kind]);
+        auto want = v;
+        for (Vek32s i = 0; i < shape.width; ++i)
+            want.set(i, 0, 0, i == odd ? (kind < 2 ? FromBits(0xFFC00000) : v[i]) : std::sqrt(v[i]));
+        ASSERT_EQ(kind < 2 ? WarnSqrtOfNegative : StatusOk, veksSqrt_32f_I(v.data(), shape.width));
+        ASSERT_EQ(want, v) << shape << " seed " << Seed();
+    });
+}
+
+// re and im of all exponents, most often close to each other.
+void FillComplex(Vector32f& re, Vector32f& im, std::mt19937& random)
+{
+    const int common = random() % 4 ? (int)(random() % 250) - 125 : 0;  // whole blocks of one exponent take the short path
+    re.Fill([&] { return common ? std::ldexp((float)(int32_t)random(), common - 31) : AnyFloat(random); });
+    im.Fill([&] { return common ? std::ldexp((float)(int32_t)random(), common - 31 - (int)(random() % 3)) : AnyFloat(random); });
+    if (random() % 2) {
+        const Vek32s zero = (Vek32s)(random() % (uint32_t)re.length());
+        re.set(zero, 0, 0, random() % 2 ? 0.0f : -0.0f);
+        im.set(zero, 0, 0, random() % 3 ? -0.0f : im[zero]);
+    }
+}
+
+TEST_P(SignalVectorTest, MagnitudeAndPhaseStayWithinTheirBounds)
+{
+    std::mt19937 random(Seed());
+    const double magnitudeBound = GetParam() ? 1.2 : 0.5001, phaseBound = GetParam() ? 2.4 : 0.5001;
+    for (int round = 0; round < 10; ++round)
+        ForEachShape([&](const Shape& shape) {
+            const Vek32s n = shape.width;
+            auto re = Like<Vek32f>(shape), im = re, magnitude = re, phase = re;
+            FillComplex(re, im, random);
+            GuardedVector<Vek32fc> z(n, shape.flush, shape.offset);
+            for (Vek32s i = 0; i < n; ++i)
+                z.set(i, 0, 0, {re[i], im[i]});
+            ASSERT_EQ(StatusOk, veksMagnitude_32f(re.data(), im.data(), magnitude.data(), n));
+            ASSERT_EQ(StatusOk, veksPhase_32f(re.data(), im.data(), phase.data(), n));
+            for (Vek32s i = 0; i < n; ++i) {
+                const double x = re[i], y = im[i], length = std::sqrt(x * x + y * y), angle = std::atan2(y, x);
+                if (length > std::numeric_limits<float>::max())
+                    ASSERT_EQ((float)length, magnitude[i]) << x << " " << y;
+                else
+                    ASSERT_NEAR(length, magnitude[i], magnitudeBound * UnitInLastPlace(length)) << x << " " << y << " seed " << Seed();
+                ASSERT_NEAR(angle, phase[i], phaseBound * UnitInLastPlace(angle)) << y << " " << x << " seed " << Seed();
+                ASSERT_EQ(std::signbit(angle), std::signbit(phase[i]));
+            }
+            auto ofPairs = magnitude;
+            ASSERT_EQ(StatusOk, veksMagnitude_32fc(z.data(), ofPairs.data(), n));
+            ASSERT_EQ(magnitude, ofPairs);
+            ASSERT_EQ(StatusOk, veksMagnitude_32f(re.data(), im.data(), re.data(), n));
+            ASSERT_EQ(magnitude, re) << "in place";
+        });
+}
+
+TEST_P(SignalVectorTest, PhaseOfZerosAndInfinitiesFollowsTheQuadrant)
+{
+    const float parts[] = {0.0f, -0.0f, 1.0f, -1.0f, kInfinity, -kInfinity, kNaN, 1e-45f, -1e-45f, 3.4e38f, -3.4e38f};
+    for (const float x : parts)
+        for (const float y : parts)
+            for (const Vek32s n : {1, 16}) {
+                Vector32f re(n), im(n), phase(n);
+                re.Fill([&] { return x; });
+                im.Fill([&] { return y; });
+                ASSERT_EQ(StatusOk, veksPhase_32f(re.data(), im.data(), phase.data(), n));
+                const float want = (float)std::atan2((double)y, (double)x);
+                if (std::isnan(want))
+                    EXPECT_TRUE(std::isnan(phase[0])) << y << " " << x;
+                else
+                    EXPECT_NEAR(want, phase[0], 2 * UnitInLastPlace(want)) << y << " " << x;
+                EXPECT_TRUE(std::isnan(want) || std::signbit(want) == std::signbit(phase[0])) << y << " " << x;
+            }
+}
+
+TEST_P(SignalVectorTest, ExtremesKeepTheFirstAndPassOverNaNs)
+{
+    std::mt19937 random(Seed());
+    ForEachShape([&](const Shape& shape) {
+        auto v = Like<Vek32f>(shape);
+        const int palette = (int)(random() % 3);
+        v.Fill([&]() -> float {
+            const float few[] = {0.0f, -0.0f, kNaN, palette == 1 ? -1.0f : 1.0f};
+            return palette ? few[random() % 4] : AnyFloat(random);
+        });
+        float largest = v[0], smallest = v[0], result;
+        for (Vek32s i = 1; i < shape.width; ++i) {
+            if (v[i] > largest)
+                largest = v[i];
+            if (v[i] < smallest)
+                smallest = v[i];
+        }
+        ASSERT_EQ(StatusOk, veksMax_32f(v.data(), shape.width, &result));
+        ASSERT_EQ(Bits(largest), Bits(result)) << shape << " seed " << Seed();
+        ASSERT_EQ(StatusOk, veksMin_32f(v.data(), shape.width, &result));
+        ASSERT_EQ(Bits(smallest), Bits(result)) << shape << " seed " << Seed();
+    });
+}
+
+TEST_P(SignalVectorTest, SumsAreHeldInDoublePrecision)
+{
+    std::mt19937 random(Seed());
+    std::uniform_real_distribution<float> noise(-1, 3);
+    ForEachShape([&](const Shape& shape) {
+        const Vek32s n = shape.width;
+        auto v = Like<Vek32f>(shape);
+        v.Fill([&] { return random() % 9 == 0 ? 1e6f : noise(random); });
+        long double sum = 0, squares = 0;
+        for (Vek32s i = 0; i < n; ++i)
+            sum += v[i];
+        for (Vek32s i = 0; i < n; ++i)
+            squares += (v[i] - sum / n) * (v[i] - sum / n);
+        float result, inTier0;
+        for (const Vek32s hint : {0, 1, 2}) {
+            ASSERT_EQ(StatusOk, veksSum_32f(v.data(), n, &result, hint));
+            ASSERT_NEAR((double)sum, result, 0.51 * UnitInLastPlace((double)sum) + 1e-9) << shape << " seed " << Seed();
+        }
+        OnTier(0, veksSum_32f, v.data(), n, &inTier0, 1);
+        OnTier(GetParam(), veksSum_32f, v.data(), n, &result, 1);
+        ASSERT_EQ(Bits(inTier0), Bits(result));
+        ASSERT_EQ(StatusOk, veksMean_32f(v.data(), n, &result, 0));
+        ASSERT_NEAR((double)sum / n, result, 1.3 * UnitInLastPlace((double)sum / n) + 1e-9);
+        if (n > 1) {
+            ASSERT_EQ(StatusOk, veksStdDev_32f(v.data(), n, &result, 0));
+            ASSERT_NEAR(std::sqrt((double)squares / (n - 1)), result, 1e-6 * std::sqrt((double)squares / (n - 1)) + 1e-6);
+        }
+    });
+}
+
+// Whole numbers add exactly in any order, so the one rounding more of tiers 1 to 3 shows alone.
+TEST_P(SignalVectorTest, MeanRoundsTheSumFirstAboveTier0)
+{
+    std::mt19937 random(Seed());
+    int differences = 0;
+    for (int round = 0; round < 200; ++round) {
+        const Vek32s n = 3 + (Vek32s)(random() % 60);
+        Vector32f v(n);
+        double sum = 0;
+        v.Fill([&] { const float x = (float)(random() % 16777216); sum += x; return x; });
+        const float once = (float)(sum / n), twice = (float)((double)(float)sum / n);
+        float result;
+        ASSERT_EQ(StatusOk, veksMean_32f(v.data(), n, &result, round % 3));
+        ASSERT_EQ(GetParam() ? twice : once, result);
+        differences += once != twice;
+    }
+    EXPECT_GT(differences, 0);
+}
+
+TEST_P(SignalVectorTest, DeviationDividesByOneLess)
+{
+    float result;
+    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({1, 3}).data(), 2, &result, 0));
+    EXPECT_EQ((float)std::sqrt(2.0), result);
+    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({0.1f, 0.1f, 0.1f, 0.1f, 0.1f, 0.1f, 0.1f}).data(), 7, &result, 0));
+    EXPECT_NEAR(0, result, 1e-8);
+    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({1, kNaN, 2, 3, 4, 5, 6}).data(), 7, &result, 0));
+    EXPECT_EQ(0, result);
+}
+
+TEST_P(SignalVectorTest, BadCallsGiveTheirStatusAndWriteNothing)
+{
+    Vek16s w[4] = {1, 2, 3, 4};
+    Vek32f f[4] = {1, -2, 3, 4}, g[4] = {5, 6, 7, 8}, result = 9;
+    Vek32fc z[2] = {};
+    Vek8u b[4] = {};
+    const auto inPlace16s = [&](auto call) {
+        EXPECT_EQ(StatusNullPointer, call(nullptr, 0));
+        EXPECT_EQ(StatusBadSize, call(w, 0));
+        EXPECT_EQ(StatusBadSize, call(w, -5));
+    };
+    for (const Vek32s value : {0, 1, 16, -1}) {
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAddC_16s_I((Vek16s)value, p, n); });
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksSubC_16s_I((Vek16s)value, p, n); });
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksLShiftC_16s_I(value, p, n); });
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksRShiftC_16s_I(value, p, n); });
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(w, w, p, n, value); });
+        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(p, w, (Vek16s*)w, n, value); });
+        inPlace16s([&](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(w, p, w, n, value); });
+        inPlace16s([&](Vek16s* p, Vek32s n) { return veksConvert_32f16s_Sfs(f, p, n, value, 0); });
+        inPlace16s([&](Vek16s* p, Vek32s n) { return veksConvert_16s32f(p, f, n); });
+    }
+    EXPECT_EQ(StatusBadShift, veksLShiftC_16s_I(-1, w, 4));
+    EXPECT_EQ(StatusBadShift, veksRShiftC_16s_I(-1, w, 4));
+
+    const auto anyPointer = [&](auto call) {
+        EXPECT_EQ(StatusNullPointer, call(nullptr, 0));
+        EXPECT_EQ(StatusBadSize, call(f, 0));
+    };
+    for (const Vek32f value : {0.0f, 1.0f, 2.0f}) {
+        anyPointer([=](Vek32f* p, Vek32s n) { return veksMulC_32f_I(value, p, n); });
+        anyPointer([=](Vek32f* p, Vek32s n) { return veksDivC_32f_I(value, p, n); });
+    }
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksAbs_32f(p, g, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksAbs_32f(g, p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksMul_32f_I(p, g, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksMul_32f_I(g, p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksSqr_32f_I(p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksSqrt_32f_I(p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_16s32f(w, p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_8u32f(b, p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_8u32f(p ? b : nullptr, g, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_32f16s_Sfs(p, w, n, 0, 0); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksMagnitude_32fc(z, p, n); });
+    anyPointer([&](Vek32f* p, Vek32s n) { return veksMagnitude_32fc(p ? z : nullptr, g, n); });
+    for (const auto complex : {veksMagnitude_32f, veksPowerSpectr_32f, veksPhase_32f}) {
+        anyPointer([&](Vek32f* p, Vek32s n) { return complex(p, g, g, n); });
+        anyPointer([&](Vek32f* p, Vek32s n) { return complex(g, p, g, n); });
+        anyPointer([&](Vek32f* p, Vek32s n) { return complex(g, g, p, n); });
+    }
+    for (const auto extreme : {veksMax_32f, veksMin_32f}) {
+        anyPointer([&](Vek32f* p, Vek32s n) { return extreme(p, n, &result); });
+        anyPointer([&](Vek32f* p, Vek32s n) { return extreme(g, n, p ? &result : nullptr); });
+    }
+    for (const auto reduction : {veksSum_32f, veksMean_32f, veksStdDev_32f})
+        for (const Vek32s hint : {0, 1}) {
+            anyPointer([&](Vek32f* p, Vek32s n) { return reduction(p, n, &result, hint); });
+            anyPointer([&](Vek32f* p, Vek32s n) { return reduction(g, n, p ? &result : nullptr, hint); });
+        }
+    EXPECT_EQ(StatusBadSize, veksStdDev_32f(f, 1, &result, 0));
+
+    EXPECT_EQ(9, result);
+    EXPECT_TRUE(w[0] == 1 && w[3] == 4 && f[0] == 1 && f[1] == -2 && g[0] == 5 && g[3] == 8);
+}
+
+UVEK_ON_ALL_TIERS(SignalVectorTest);
+
+}  // namespace
+}  // namespace uvek::test

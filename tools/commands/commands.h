@@ -1,0 +1,18 @@
+// The tool's commands. Each adds itself to the command line; its callback returns by setting the exit
+// status, or throws Error.
+#ifndef UVEK_TOOLS_COMMANDS_COMMANDS_H
+#define UVEK_TOOLS_COMMANDS_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+
+namespace uvek::tool {
+
+enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
+
+void AddInfo(CLI::App& app, int& exitStatus);
+void AddColour(CLI::App& app, int& exitStatus);
+void AddJpeg(CLI::App& app, int& exitStatus);
+
+}  // namespace uvek::tool
+
+#endif
