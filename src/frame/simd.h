@@ -37,10 +37,21 @@ inline void Fence() { _mm_sfence(); }
 // The low 8 or 4 bytes; the rest of the register is zero after a load.
 inline V Load64(const void* p) { return _mm_loadl_epi64((const V*)p); }
 inline void Store64(void* p, V v) { _mm_storel_epi64((V*)p, v); }
-inline V LoadHigh64(V low, const void* p) { return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), (const double*)p)); }
-inline void StoreHigh64(void* p, V v) { _mm_storeh_pd((double*)p, _mm_castsi128_pd(v)); }
 inline V Load32(const void* p) { return _mm_cvtsi32_si128(Get((const Vek32s*)p)); }
 inline void Store32(void* p, V v) { Put((Vek32s*)p, (Vek32s)_mm_cvtsi128_si32(v)); }
+
+// The high 8 bytes.
+inline V LoadHigh64(V low, const void* p)
+{
+    const Vek64f bytes = Get((const Vek64f*)p);
+    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), &bytes));
+}
+inline void StoreHigh64(void* p, V v)
+{
+    Vek64f bytes;
+    _mm_storeh_pd(&bytes, _mm_castsi128_pd(v));
+    Put((Vek64f*)p, bytes);
+}
 
 // ---- Constants ----
 

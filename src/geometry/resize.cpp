@@ -84,11 +84,10 @@ constexpr Vek32s kPixelBytes[kSampleKinds] = {1, 3, 4, 4};
 void MapSteps(Axis& axis, Vek32s wanted, bool nearest)
 {
     axis.step = axis.factor;
-    const Vek64f steps = trunc((nearest ? axis.region : axis.region - 1) / axis.factor + kPositionSlack);
-    if (steps >= (Vek64f)wanted - 1)
-        axis.length = wanted;
-    else
-        axis.length = nearest ? (Vek32s)Max(steps, 1.0) : (Vek32s)steps + 1;
+    const Vek64f reach = (nearest ? axis.region : axis.region - 1) / axis.factor + kPositionSlack;
+    const Vek32s steps = TruncateToInt(reach);
+    // Nearest keeps the comparison of the others, although its length is the steps themselves.
+    axis.length = steps >= wanted - 1 ? wanted : Max(1, nearest ? steps : steps + 1);
 }
 
 // The checks that all entries but the pointers' have in one order.
@@ -203,7 +202,8 @@ VekStatus Resize(const ResizeRequest& request, bool rowBehind = false)
 VekStatus ResizeGuarded(ResizeRequest request)
 {
     const Vek32s step = request.srcStep, total = WrappedProduct(request.srcSize.height, step);
-    if (request.interpolation != InterSuper || !(request.srcRoi.height & 1) || step <= 0 || total <= 0 || !request.src)
+    const bool exact = total == (int64_t)request.srcSize.height * step;
+    if (request.interpolation != InterSuper || !(request.srcRoi.height & 1) || step <= 0 || total <= 0 || !exact || !request.src)
         return Resize(request);
 
     const Vek8u* const src = (const Vek8u*)request.src;

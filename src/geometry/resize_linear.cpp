@@ -23,7 +23,7 @@ struct Columns {
 };
 
 // Without byte shuffles: pairs of words and their two weights.
-V RowOfPairs(V taps, V weights)
+inline V RowOfPairs(V taps, V weights)
 {
     return ShiftRight32u<kRowShift>(Add32(MulAdd16(taps, weights), Splat32(1 << (kRowShift - 1))));
 }
@@ -31,7 +31,7 @@ V RowOfPairs(V taps, V weights)
 // Eight samples, the bytes a0 b0 a1 b1 .. of their taps. With d = b - a,
 // (16384 - w) a + w b + 128 over 256 is 64 a + (w d + 128) / 256, and the second term is the rounded product
 // of -2 w and -64 d. Both factors are negated because -2 w fits 16 bits and 2 w does not.
-V RowOfBytes(V taps, V negated)
+inline V RowOfBytes(V taps, V negated)
 {
     const V base = MulAdd8us(taps, Splat16(1 << kLineBits)), slope = MulAdd8us(taps, Splat16((1 << kLineBits) | -(1 << kLineBits) * 256));
     return Add16(base, MulRound16s(slope, negated));
