@@ -134,8 +134,8 @@ VekStatus vekiAddRotateShift(Vek64f xCenter, Vek64f yCenter, Vek64f angle, Vek64
    Returns, in this order: StatusNullPointer; StatusBadSize; StatusBadStep; StatusBadInterpolation;
    StatusBadCoefficients (affine and singular); WarnEmptyIntersection (srcRoi starts outside the
    image); StatusBadRectangle (srcRoi has one column or row inside the image); StatusBadCoefficients
-   (the quadrangle is degenerate or not convex); WarnNoRotationOverlap (dstRoi is missed, or no memory
-   for the spans); StatusNoMemory; StatusOk. `coeffs` is not tested. */
+   (the quadrangle is degenerate or not convex); WarnNoRotationOverlap (dstRoi is missed, or no
+   memory); StatusOk. `coeffs` is not tested. */
 VekStatus vekiWarpBilinear_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, const Vek64f coeffs[2][4], Vek32s interpolation);
 
 /* The same for a projective mapping: X = (c0 x + c1 y + c2) / (c6 x + c7 y + c8) and

@@ -3,8 +3,8 @@
 
 #include <math.h>
 
-#include "geometry/affine_sample.h"
 #include "geometry/affine_smooth.h"
+#include "geometry/affine_tiles.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
@@ -43,22 +43,32 @@ struct AffineWalk {
     }
 };
 
+// The terms of the present row, without the column's part.
+struct AffineRows {
+    using State = AffineWalk;
+
+    const InverseMatrix& m;
+    Vek64f x, y;
+
+    AffineRows(const InverseMatrix& inverse, Vek32s row) : m(inverse), x(m.a01 * row + m.a02), y(m.a11 * row + m.a12) {}
+
+    State Start(Vek32s column)
+    {
+        const State state = {LanesD(m.a00 * column + x, m.a10 * column + y), LanesD(m.a00, m.a10)};
+        x += m.a01;
+        y += m.a11;
+        return state;
+    }
+    State& WalkOf(State& state, Vek32s) { return state; }
+};
+
 using AffineKernel = void(const SourceImage&, const SpanTable&, const InverseMatrix&, Vek8u*, Vek32s);
 
 template <typename T, int channels, int code>
-void SampleAffine(const SourceImage& source, const SpanTable& table, const InverseMatrix& m, Vek8u* pDst, Vek32s dstStep)
+void SampleAffine(const SourceImage& source, const SpanTable& table, const InverseMatrix& inverse, Vek8u* pDst, Vek32s dstStep)
 {
-    const D columnStep = LanesD(m.a00, m.a10);
-    Vek64f rx = m.a01 * table.firstRow + m.a02, ry = m.a11 * table.firstRow + m.a12;
-    const int64_t rows = (int64_t)table.lastRow - table.firstRow + 1;
-    for (int64_t i = 0; i < rows; ++i, rx += m.a01, ry += m.a11) {
-        const Span span = table.spans[i];
-        if (span.first > span.last)
-            continue;
-        AffineWalk walk = {LanesD(m.a00 * span.first + rx, m.a10 * span.first + ry), columnStep};
-        Vek8u* const dst = Offset(pDst, i * dstStep + (int64_t)span.first * channels * (int64_t)sizeof(T));
-        SampleSpan<T, channels, code>(source, walk, dst, span.last - span.first + 1);
-    }
+    AffineRows rows(inverse, table.firstRow);
+    SampleTiles<T, channels, code>(source, table, rows, pDst, dstStep);
 }
 
 template <typename T, int channels>
@@ -109,7 +119,7 @@ VekStatus AffineCore(const WarpCall& call, const AffineMatrix& matrix)
     if (!MakeSpans(quadrangle, inverse.clockwise, call.dstRoi, &table))
         return WarnNoRotationOverlap;
     AffineKernel* const kernel = KernelOf(call.formatCode, Downgraded(call.interpolation, call.srcSize));
-    kernel(SourceOf(call), table, inverse, Row(call.pDst, call.dstStep, table.firstRow), call.dstStep);
+    kernel(SourceOf(call), table, inverse, call.pDst, call.dstStep);
     ReleaseSpans(&table);
     if (HasSmoothEdges(call.interpolation))
         SmoothEdges(call, table.polygon, inverse.clockwise);

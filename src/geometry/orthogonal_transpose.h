@@ -124,8 +124,10 @@ void TransposeBlock(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
         TransposeBlock4(src, step, dst, dstStep);
 }
 
-// Destination columns at a time: so many source rows stay in the cache while a tile goes down.
-constexpr Vek32s kTileColumns = 32;
+// Destination columns at a time: as many source rows stay in the cache while a tile goes down, and
+// whole lines of the destination are written. A multiple of every block's columns.
+template <int pixelBytes>
+constexpr Vek32s kTileColumns = 256 / pixelBytes / 16 * 16;
 
 // Pixel (x, y) of the destination stands at src + x columnStep + y rowStep; rowStep is a pixel, forward
 // or backward.
@@ -134,8 +136,8 @@ void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst
 {
     constexpr BlockSize block = kBlock<pixelBytes>;
     constexpr bool hasBlocks = kBlocks && block.rows > 0 && (kHasByteShuffle || pixelBytes != 3);
-    for (int64_t x0 = 0; x0 < size.width; x0 += kTileColumns) {
-        const Vek32s columns = (Vek32s)Min<int64_t>(kTileColumns, size.width - x0);
+    for (int64_t x0 = 0; x0 < size.width; x0 += kTileColumns<pixelBytes>) {
+        const Vek32s columns = (Vek32s)Min<int64_t>(kTileColumns<pixelBytes>, size.width - x0);
         const Vek8u* const tile = Offset(src, x0 * columnStep);
         Vek8u* const dstTile = dst + x0 * pixelBytes;
         Vek32s y = 0, blocked = 0;

@@ -34,21 +34,31 @@ struct BilinearInverse {
         c = p[7] * row + p[9];
     }
 
-    void NextRow(Vek64f* coords, Vek32s column, Vek32s count)
+    struct State {
+        Vek64f a, b, c;
+    };
+
+    State Start(Vek32s column)
     {
-        if (kind == 0 && upperRoot)
-            Fill<0, true>(coords, column, count);
-        else if (kind == 0)
-            Fill<0, false>(coords, column, count);
-        else if (kind == 1)
-            Fill<1, false>(coords, column, count);
-        else if (kind == 2)
-            Fill<2, false>(coords, column, count);
-        else
-            Fill<3, false>(coords, column, count);
+        const State state = {p[0] * column + a, p[4] * column + b, p[5] * column + c};
         a += p[1];
         b += p[6];
         c += p[7];
+        return state;
+    }
+
+    void Fill(State& state, Vek64f* coords, Vek32s count) const
+    {
+        if (kind == 0 && upperRoot)
+            FillAs<0, true>(state, coords, count);
+        else if (kind == 0)
+            FillAs<0, false>(state, coords, count);
+        else if (kind == 1)
+            FillAs<1, false>(state, coords, count);
+        else if (kind == 2)
+            FillAs<2, false>(state, coords, count);
+        else
+            FillAs<3, false>(state, coords, count);
     }
 
 private:
@@ -74,21 +84,21 @@ private:
     }
 
     template <int form, bool upper>
-    void Fill(Vek64f* coords, Vek32s column, Vek32s count) const
+    void FillAs(State& state, Vek64f* coords, Vek32s count) const
     {
-        Vek64f A = p[0] * column + a, B = p[4] * column + b, C = p[5] * column + c;
+        State s = state;
         for (Vek32s i = 0; i < count; i += 2) {
-            const Vek64f A1 = A + p[0], B1 = B + p[4], C1 = C + p[5];
+            const State next = {s.a + p[0], s.b + p[4], s.c + p[5]};
             D x, y;
-            Solve<form, upper>(LanesD(A, A1), LanesD(B, B1), LanesD(C, C1), x, y);
-            StoreU(coords + 2 * (int64_t)i, UnpackLow(x, y));
+            Solve<form, upper>(LanesD(s.a, next.a), LanesD(s.b, next.b), LanesD(s.c, next.c), x, y);
+            StoreU(coords + 2 * i, UnpackLow(x, y));
+            s = next;
             if (count - i == 1)
                 break;
-            StoreU(coords + 2 * (int64_t)i + 2, UnpackHigh(x, y));
-            A = A1 + p[0];
-            B = B1 + p[4];
-            C = C1 + p[5];
+            StoreU(coords + 2 * i + 2, UnpackHigh(x, y));
+            s = {next.a + p[0], next.b + p[4], next.c + p[5]};
         }
+        state = s;
     }
 };
 

@@ -28,26 +28,41 @@ struct PerspectiveInverse {
         w = m[7] * row + m[8];
     }
 
-    void NextRow(Vek64f* coords, Vek32s column, Vek32s count)
+    struct State {
+        D xy;
+        Vek64f w;
+    };
+
+    State Start(Vek32s column)
     {
-        D xy = LanesD(m[0] * column + x, m[3] * column + y);
-        Vek64f z = m[6] * column + w;
+        const State state = {LanesD(m[0] * column + x, m[3] * column + y), m[6] * column + w};
+        x += m[1];
+        y += m[4];
+        w += m[7];
+        return state;
+    }
+
+    void Fill(State& state, Vek64f* coords, Vek32s count) const
+    {
+        D xy = state.xy;
+        Vek64f z = state.w;
         const D step = LanesD(m[0], m[3]);
         Vek32s i = 0;
         for (; count - i >= 2; i += 2) {  // one division for two positions
             const D next = Add(xy, step);
             const Vek64f zNext = z + m[6];
             const D r = Div(SplatD(1), LanesD(z, zNext));
-            StoreU(coords + 2 * (int64_t)i, Mul(xy, Pick<0, 0>(r, r)));
-            StoreU(coords + 2 * (int64_t)i + 2, Mul(next, Pick<1, 1>(r, r)));
+            StoreU(coords + 2 * i, Mul(xy, Pick<0, 0>(r, r)));
+            StoreU(coords + 2 * i + 2, Mul(next, Pick<1, 1>(r, r)));
             xy = Add(next, step);
             z = zNext + m[6];
         }
-        if (i < count)
-            StoreU(coords + 2 * (int64_t)i, Mul(xy, SplatD(1 / z)));
-        x += m[1];
-        y += m[4];
-        w += m[7];
+        if (i < count) {
+            StoreU(coords + 2 * i, Mul(xy, SplatD(1 / z)));
+            xy = Add(xy, step);
+            z += m[6];
+        }
+        state = {xy, z};
     }
 };
 
