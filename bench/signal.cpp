@@ -173,6 +173,38 @@ void RegisterGauss(const std::shared_ptr<Vectors>& v)
     });
 }
 
+// In-place calls start each pass from a copy, whose time is in all figures.
+void RegisterWindowsAndSort(const std::shared_ptr<Vectors>& v)
+{
+    const std::string size = std::to_string(v->n);
+    const int64_t n = v->n;
+    RegisterTiers("WinHamming_16s", size, 4 * n, [v] {
+        v->sOut = v->s;
+        veksWinHamming_16s_I(v->sOut.data(), v->n);
+    });
+    RegisterTiers("WinHann_32f", size, 8 * n, [v] {
+        v->out = v->x;
+        veksWinHann_32f_I(v->out.data(), v->n);
+    });
+    // Other numbers in every pass: a processor learns the branches of a short sort by heart.
+    const auto pool = std::make_shared<std::vector<float>>(std::max<size_t>(v->n, 1 << 20));
+    std::mt19937 random(2);
+    for (float& x : *pool)
+        x = (float)(int32_t)random();
+    auto next = [v, pool, at = size_t{0}]() mutable {
+        std::copy_n(pool->data() + at, v->n, v->out.data());
+        at = at + 2 * v->n <= pool->size() ? at + v->n : 0;
+    };
+    RegisterTiers("SortDescend_32f", size, 8 * n, [v, next]() mutable {
+        next();
+        veksSortDescend_32f_I(v->out.data(), v->n);
+    });
+    Register("SortDescend_32f", "std", -1, size, 8 * n, [v, next]() mutable {
+        next();
+        std::sort(v->out.begin(), v->out.end(), std::greater<float>());
+    });
+}
+
 void RegisterVectors(int length)
 {
     const auto v = std::make_shared<Vectors>(length);
@@ -217,6 +249,7 @@ void RegisterVectors(int length)
     RegisterFilter<2>(v);
     RegisterFilter<8>(v);
     RegisterGauss(v);
+    RegisterWindowsAndSort(v);
 #ifdef UVEK_HAVE_OPENCV
     cv::setNumThreads(1);
     const cv::Mat re(1, n, CV_32F, x), im(1, n, CV_32F, y);

@@ -163,6 +163,21 @@ VekStatus veksRandGauss_32f(Vek32f* pDst, Vek32s len, VekRandGaussState* pState)
 /* Releases a state. Returns StatusNullPointer, StatusBadContext, StatusOk. */
 VekStatus veksRandGaussFree_32f(VekRandGaussState* pState);
 
+/* ---- Windows and sorting ---- */
+
+/* Multiply a vector in place by the Hamming window, w(k) = 0.54 - 0.46 cos(2 pi k / (len - 1)), and the Hann
+   window, w(k) = 0.5 - 0.5 cos(2 pi k / (len - 1)). The middle sample of an odd length stays as it is, and
+   the ends of a Hann window of 3 become 0. Weights follow by recurrences, and tiers differ in the last
+   bits: tier 0 multiplies in double precision, and Hamming truncates toward zero; tiers 1 to 3 multiply
+   in single precision, and Hamming rounds to nearest and its weights drift by up to 5e-5 on long vectors.
+   Returns StatusNullPointer, StatusBadSize (len below 3), StatusOk. */
+VekStatus veksWinHamming_16s_I(Vek16s* pSrcDst, Vek32s len);
+VekStatus veksWinHann_32f_I(Vek32f* pSrcDst, Vek32s len);
+
+/* Sorts in place, the largest first. Zeros of either sign are equal, and no comparison with a NaN holds:
+   where these end depends on where they start, the same in every tier. No memory is taken. */
+VekStatus veksSortDescend_32f_I(Vek32f* pSrcDst, Vek32s len);
+
 UVEK_END
 
 #endif
