@@ -1,8 +1,6 @@
 #include "uvek/colour.h"
 
-#include <cmath>
-
-#include "support/random.h"
+#include "support/pixels.h"
 #include "support/tiers.h"
 
 namespace uvek::test {
@@ -37,15 +35,14 @@ void CheckGray8(int tier, std::mt19937& random, Convert convert)
 {
     ForEachShape([&](const Shape& shape) {
         GuardedImage<Vek8u, channels> src(shape);
-        src.Fill([&] { const unsigned v = random(); return v & 0x300 ? v : v & 0x400 ? 255u : 0u; });
+        FillPixels(src, random);
         for (const auto& weights : kWeights) {
             const unsigned k[3] = {Fixed(weights[0]), Fixed(weights[1]), Fixed(weights[2])};
             GuardedImage<Vek8u> dst(shape), expected(shape);
-            for (Vek32s y = 0; y < shape.height; ++y)
-                for (Vek32s x = 0; x < shape.width; ++x) {
-                    const unsigned s[3] = {src.at(x, y, 0), src.at(x, y, 1), src.at(x, y, 2)};
-                    expected.set(x, y, 0, ExpectedGray(tier, x < shape.width / 8 * 8, s, k));
-                }
+            ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
+                const unsigned s[3] = {src.at(x, y, 0), src.at(x, y, 1), src.at(x, y, 2)};
+                expected.set(x, y, 0, ExpectedGray(tier, x < shape.width / 8 * 8, s, k));
+            });
             ASSERT_EQ(StatusOk, convert(src.data(), src.step(), dst.data(), dst.step(), src.size(), weights));
             ASSERT_TRUE(expected == dst) << shape << " weights " << weights[0];
         }
@@ -72,9 +69,9 @@ TEST_P(GrayTest, DefaultsAreLumaWeights)
     EXPECT_TRUE(byNull == byName);
     EXPECT_TRUE(byWeights == byName);
     EXPECT_EQ(GetParam() == 0 ? 255 : 254, byName.at(7, 0));  // 1220 + 2394 + 465 is short of 4080
-    for (Vek32s y = 0; y < 3; ++y)
-        for (Vek32s x = 0; x < 41; ++x)
-            EXPECT_NEAR(0.299 * src.at(x, y, 0) + 0.587 * src.at(x, y, 1) + 0.114 * src.at(x, y, 2), byName.at(x, y), GetParam() == 0 ? 1.01 : 3.01);
+    ForEachPixel(41, 3, [&](Vek32s x, Vek32s y) {
+        EXPECT_NEAR(0.299 * src.at(x, y, 0) + 0.587 * src.at(x, y, 1) + 0.114 * src.at(x, y, 2), byName.at(x, y), GetParam() == 0 ? 1.01 : 3.01);
+    });
 
     const Vek16u white[3] = {65535, 65535, 65535}, red[3] = {1000, 0, 0};
     Vek16u gray = 0;
@@ -93,12 +90,11 @@ void CheckGray16(std::mt19937& random, Convert convert)
         src.Fill(std::ref(random));
         for (const auto& weights : kWeights) {
             GuardedImage<Vek16u> dst(shape), expected(shape);
-            for (Vek32s y = 0; y < shape.height; ++y)
-                for (Vek32s x = 0; x < shape.width; ++x) {
-                    const Vek32f a = src.at(x, y, 0) * weights[0], b = src.at(x, y, 1) * weights[1], c = src.at(x, y, 2) * weights[2];
-                    const Vek32f sum = a + b + c;
-                    expected.set(x, y, 0, sum < 2147483648.0f ? (Vek16u)(int)sum : (Vek16u)0);
-                }
+            ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
+                const Vek32f a = src.at(x, y, 0) * weights[0], b = src.at(x, y, 1) * weights[1], c = src.at(x, y, 2) * weights[2];
+                const Vek32f sum = a + b + c;
+                expected.set(x, y, 0, sum < 2147483648.0f ? (Vek16u)(int)sum : (Vek16u)0);
+            });
             // An odd step counts as the even one below it.
             ASSERT_EQ(StatusOk, convert(src.data(), src.step() | 1, dst.data(), dst.step() | 1, src.size(), weights));
             ASSERT_TRUE(expected == dst) << shape << " weights " << weights[0];
@@ -126,9 +122,7 @@ void CheckBadCalls(Convert convert)
 
 TEST_P(GrayTest, BadCallsInOrder)
 {
-    const auto withNull = [](auto convert) {
-        return [=](auto src, Vek32s srcStep, auto dst, Vek32s dstStep, VekImageSize size) { return convert(src, srcStep, dst, dstStep, size, nullptr); };
-    };
+    const auto withNull = [](auto convert) { return [=](auto... arguments) { return convert(arguments..., nullptr); }; };
     CheckBadCalls<Vek8u>(withNull(vekiColorToGray_8u_C3C1R));
     CheckBadCalls<Vek8u>(withNull(vekiColorToGray_8u_AC4C1R));
     CheckBadCalls<Vek16u>(withNull(vekiColorToGray_16u_C3C1R));

@@ -1,9 +1,6 @@
 #include "uvek/colour.h"
 
-#include <array>
-#include <cmath>
-
-#include "support/random.h"
+#include "support/pixels.h"
 #include "support/tiers.h"
 
 namespace uvek::test {
@@ -14,8 +11,6 @@ protected:
     std::mt19937 random_{Seed()};
 };
 
-using Pixel = std::array<int, 3>;
-
 // One colour in every column of a row of 19: blocks and leftovers give it alike.
 Pixel Converted(Pixel rgb)
 {
@@ -23,7 +18,7 @@ Pixel Converted(Pixel rgb)
     int i = 0;
     image.Fill([&] { return rgb[i++ % 3]; });
     EXPECT_EQ(StatusOk, vekiRGBToHSV_8u_C3R(image.data(), 57, image.data(), 57, image.size()));
-    const Pixel first = {image.at(0, 0, 0), image.at(0, 0, 1), image.at(0, 0, 2)};
+    const Pixel first = At(image, 0, 0);
     for (int x = 1; x < 19; ++x)
         for (int c = 0; c < 3; ++c)
             EXPECT_NEAR(first[c], image.at(x, 0, c), c < 2 ? 1 : 0);
@@ -49,24 +44,21 @@ TEST_P(HsvTest, IsTheHexagonOnEveryShape)
 {
     ForEachShape([&](const Shape& shape) {
         GuardedImage<Vek8u, 3> src(shape), dst(shape);
-        src.Fill([&] { const unsigned v = random_(); return v & 0x300 ? v : v & 0x400 ? 255u : v & 3u; });
+        FillPixels(src, random_);
         ASSERT_EQ(StatusOk, vekiRGBToHSV_8u_C3R(src.data(), src.step(), dst.data(), dst.step(), src.size()));
         GuardedImage<Vek8u, 3> inPlace(src);
         ASSERT_EQ(StatusOk, vekiRGBToHSV_8u_C3R(inPlace.data(), src.step(), inPlace.data(), src.step(), src.size()));
         ASSERT_TRUE(inPlace == dst) << shape;
-        for (Vek32s y = 0; y < shape.height; ++y)
-            for (Vek32s x = 0; x < shape.width; ++x) {
-                const double r = src.at(x, y, 0), g = src.at(x, y, 1), b = src.at(x, y, 2);
-                const double max = std::max(r, std::max(g, b)), delta = max - std::min(r, std::min(g, b));
-                double hue = 0;
-                if (delta > 0)
-                    hue = b == max ? 4 + (r - g) / delta : g == max ? 2 + (b - r) / delta : (g - b) / delta;
-                if (hue < 0)
-                    hue += 6;
-                ASSERT_NEAR(hue * 42.5, dst.at(x, y, 0), 0.6);
-                ASSERT_NEAR(max > 0 ? delta / max * 255 : 0, dst.at(x, y, 1), 0.6);
-                ASSERT_EQ(max, dst.at(x, y, 2));
-            }
+        ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
+            const double r = src.at(x, y, 0), g = src.at(x, y, 1), b = src.at(x, y, 2);
+            const double max = std::max(r, std::max(g, b)), delta = max - std::min(r, std::min(g, b));
+            double hue = 0;
+            if (delta > 0)
+                hue = b == max ? 4 + (r - g) / delta : g == max ? 2 + (b - r) / delta : (g - b) / delta;
+            ASSERT_NEAR((hue < 0 ? hue + 6 : hue) * 42.5, dst.at(x, y, 0), 0.6);
+            ASSERT_NEAR(max > 0 ? delta / max * 255 : 0, dst.at(x, y, 1), 0.6);
+            ASSERT_EQ(max, dst.at(x, y, 2));
+        });
     });
 }
 

@@ -27,13 +27,6 @@ Raw UniformRaw(int step)
     return raw;
 }
 
-Table ForwardTable(const Raw& raw)
-{
-    Table table;
-    vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), table.data());
-    return table;
-}
-
 Table Uniform(int value)
 {
     Table table;
@@ -90,10 +83,12 @@ Samples RandomSamples(std::mt19937& random)
 // ---- The 16-bit design, sample by sample in int ----
 
 int Sat16(int v) { return std::min(32767, std::max(-32768, v)); }
-int Wrap16(int v) { return (Vek16s)v; }
 int Adds(int a, int b) { return Sat16(a + b); }
 int Subs(int a, int b) { return Sat16(a - b); }
+int Up(int v, int bits) { return (Vek16s)(v * (1 << bits)); }
 int Mul(int x, int k) { return (x * k) >> 16; }
+int TimesTan3(int x) { return Adds(Mul(x, -21746), x); }
+
 int NarrowWeight(int row, int k, int n)
 {
     static const int scale[4][8] = {{0, 22725, 21407, 19266, 16384, 12873, 8867, 4520},
@@ -101,10 +96,8 @@ int NarrowWeight(int row, int k, int n)
                                     {0, 29692, 27969, 25172, 21407, 16819, 11585, 5906},
                                     {0, 26722, 25172, 22654, 19266, 15137, 10426, 5315}};
     const int* const w = scale[std::min(row, 8 - row) % 4];
-    if (k == 0)
-        return w[4];
     const double c = std::cos((2 * n + 1) * k * kPi / 16);
-    const int j = (int)std::lround(std::acos(std::fabs(c)) * 16 / kPi);
+    const int j = k == 0 ? 4 : (int)std::lround(std::acos(std::fabs(c)) * 16 / kPi);
     return c > 0 ? w[j] : -w[j];
 }
 
@@ -115,52 +108,44 @@ Coefficients NarrowForward(const Samples& samples, const Table& table)
         int R[8];
         for (int y = 0; y < 8; ++y)
             R[y] = samples[8 * y + x] - 128;
-        const int a = Wrap16(Adds(R[1], R[6]) * 8), b = Wrap16(Adds(R[5], R[2]) * 8), e = Adds(R[0], R[7]), g = Adds(R[3], R[4]);
-        const int h = Wrap16(Subs(e, g) * 8), k = Wrap16(Adds(e, g) * 8), m = Subs(a, b), n = Adds(a, b);
-        at[0][x] = Adds(k, n);
-        at[4][x] = Subs(k, n);
-        at[2][x] = Adds(h, Mul(m, 27146)) | 1;
-        at[6][x] = Subs(Mul(h, 27146), m) | 1;
-        const int f = Wrap16(Subs(R[1], R[6]) * 16), l = Wrap16(Subs(R[2], R[5]) * 16);
-        const int v = Mul(Adds(f, l), 23170) | 1, z = Mul(Subs(f, l), 23170);
-        const int o = Wrap16(Subs(R[0], R[7]) * 8), i = Wrap16(Subs(R[3], R[4]) * 8);
-        const int P = Adds(i, z), Q = Subs(i, z), S = Adds(o, v), T = Subs(o, v);
-        at[1][x] = Adds(S, Mul(P, 13036)) | 1;
-        at[7][x] = Subs(Mul(S, 13036), P);
-        const int U = Adds(Mul(Q, -21746), Q), V = Adds(Mul(T, -21746), T);
-        at[3][x] = Subs(T, U);
-        at[5][x] = Adds(V, Q);
+        const int a = Up(Adds(R[1], R[6]), 3), b = Up(Adds(R[5], R[2]), 3), e = Adds(R[0], R[7]), g = Adds(R[3], R[4]);
+        const int h = Up(Subs(e, g), 3), k = Up(Adds(e, g), 3), m = Subs(a, b), n = Adds(a, b);
+        const int f = Up(Subs(R[1], R[6]), 4), l = Up(Subs(R[2], R[5]), 4), o = Up(Subs(R[0], R[7]), 3), i = Up(Subs(R[3], R[4]), 3);
+        const int v = Mul(Adds(f, l), 23170) | 1, z = Mul(Subs(f, l), 23170), P = Adds(i, z), Q = Subs(i, z), S = Adds(o, v), T = Subs(o, v);
+        const int out[8] = {Adds(k, n), Adds(S, Mul(P, 13036)) | 1, Adds(h, Mul(m, 27146)) | 1, Subs(T, TimesTan3(Q)),
+                            Subs(k, n), Adds(TimesTan3(T), Q), Subs(Mul(h, 27146), m) | 1, Subs(Mul(S, 13036), P)};
+        for (int y = 0; y < 8; ++y)
+            at[y][x] = out[y];
     }
     Coefficients out;
-    for (int y = 0; y < 8; ++y)
-        for (int k = 0; k < 8; ++k) {
-            int sum = 1 << 19;
-            for (int n = 0; n < 4; ++n)
-                sum += NarrowWeight(y, k, n) * (k & 1 ? Subs(at[y][n], at[y][7 - n]) : Adds(at[y][n], at[y][7 - n]));
-            out[8 * y + k] = (Vek16s)Sat16((int)std::nearbyint(Sat16(sum >> 20) * (double)table[8 * y + k] / 32768));
-        }
+    for (int i = 0; i < 64; ++i) {
+        const int* const x = at[i / 8];
+        int sum = 1 << 19;
+        for (int n = 0; n < 4; ++n)
+            sum += NarrowWeight(i / 8, i % 8, n) * (i & 1 ? Subs(x[n], x[7 - n]) : Adds(x[n], x[7 - n]));
+        out[i] = (Vek16s)Sat16((int)std::nearbyint(Sat16(sum >> 20) * (double)table[i] / 32768));
+    }
     return out;
 }
 
 Samples NarrowInverse(const Coefficients& coefficients, const Table& table)
 {
     static const int round[8] = {65536, 2901, 2260, 1704, 1024, 455, 512, 373};
-    int R[8][8];
-    for (int y = 0; y < 8; ++y)
-        for (int n = 0; n < 8; ++n) {
-            uint32_t sum = (uint32_t)round[y];
-            for (int k = 0; k < 8; ++k)
-                sum += (uint32_t)(NarrowWeight(y, k, n) * Sat16(coefficients[8 * y + k] * (Vek16s)table[8 * y + k]));
-            R[y][n] = Sat16((int32_t)sum >> 11);
-        }
+    int R[8][8];  // by column
+    for (int i = 0; i < 64; ++i) {
+        uint32_t sum = (uint32_t)round[i / 8];
+        for (int k = 0, at = i / 8 * 8; k < 8; ++k)
+            sum += (uint32_t)(NarrowWeight(i / 8, k, i % 8) * Sat16(coefficients[at + k] * (Vek16s)table[at + k]));
+        R[i % 8][i / 8] = Sat16((int32_t)sum >> 11);
+    }
     Samples out;
     for (int x = 0; x < 8; ++x) {
-        const auto r = [&](int y) { return R[y][x]; };
-        const int m5 = Adds(r(5), Mul(r(5), -21746)), m3 = Adds(r(3), Mul(r(3), -21746)), t35 = Adds(m5, r(3)), d35 = Subs(r(5), m3);
-        const int s17 = Adds(Mul(r(7), 13036), r(1)), d17 = Subs(Mul(r(1), 13036), r(7));
-        const int s26 = Adds(Mul(r(6), 27146), r(2)), d26 = Subs(Mul(r(2), 27146), r(6));
+        const int* const r = R[x];
+        const int t35 = Adds(TimesTan3(r[5]), r[3]), d35 = Subs(r[5], TimesTan3(r[3]));
+        const int s17 = Adds(Mul(r[7], 13036), r[1]), d17 = Subs(Mul(r[1], 13036), r[7]);
+        const int s26 = Adds(Mul(r[6], 27146), r[2]), d26 = Subs(Mul(r[2], 27146), r[6]);
         const int A = Adds(s17, t35), B = Subs(s17, t35), C = Subs(d17, d35), D = Adds(d17, d35), E = Adds(B, C), F = Subs(B, C);
-        const int E2 = Adds(E, Mul(E, -19195)), F2 = Adds(F, Mul(F, -19195)), G = Adds(r(0), r(4)), H = Subs(r(0), r(4));
+        const int E2 = Adds(E, Mul(E, -19195)), F2 = Adds(F, Mul(F, -19195)), G = Adds(r[0], r[4]), H = Subs(r[0], r[4]);
         const int I = Adds(G, s26), J = Subs(G, s26), K = Adds(H, d26), L = Subs(H, d26);
         const int y[8] = {Adds(I, A), Adds(K, E2), Adds(L, F2), Adds(J, D), Subs(J, D), Subs(L, F2), Subs(K, E2), Subs(I, A)};
         for (int i = 0; i < 8; ++i)
@@ -274,33 +259,29 @@ TEST_P(JpegDctTest, InverseOfWildBlocksFollowsItsDesign)
 
 TEST_P(JpegDctTest, AnyAddressGivesTheSameAndNothingElseIsTouched)
 {
-    for (int offset = 0; offset < 16; ++offset) {
-        for (const Flush flush : {Flush::End, Flush::Start}) {
-            GuardedImage<Vek8u> samples(Shape{8, 8, offset % 5, false, flush, offset});
-            samples.Fill(std::ref(random_));
-            GuardedVector<Vek16s> coefficients(64, flush, offset);
-            GuardedVector<Vek16u> table(64, flush, offset ^ 1);
-            table.Fill([&] { return 32768 / (1 + random_() % 20); });
-            Samples packed;
-            Table alignedTable;
-            for (int i = 0; i < 64; ++i) {
-                packed[i] = samples.at(i % 8, i / 8);
-                alignedTable[i] = table[i];
-            }
-            ASSERT_EQ(StatusOk, vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples.data(), samples.step(), coefficients.data(), table.data()));
-            ASSERT_TRUE(coefficients.IsSlackIntact());
-            const Coefficients expected = Forward(packed, alignedTable);
-            for (int i = 0; i < 64; ++i)
-                ASSERT_EQ(expected[i], coefficients[i]);
-
-            GuardedImage<Vek8u> back(samples.shape());
-            ASSERT_EQ(StatusOk, vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients.data(), back.data(), back.step(), table.data()));
-            GuardedImage<Vek8u> want(samples.shape());
-            const Samples plain = Inverse(expected, alignedTable);
-            int i = 0;
-            want.Fill([&] { return plain[i++]; });
-            ASSERT_TRUE(want == back) << back;
+    for (int offset = 0; offset < 32; ++offset) {
+        const Flush flush = offset & 1 ? Flush::End : Flush::Start;
+        const Shape shape{8, 8, offset % 5, false, flush, offset / 2};
+        GuardedImage<Vek8u> samples(shape), back(shape), expectedBack(shape);
+        GuardedVector<Vek16s> coefficients(64, flush, offset / 2);
+        GuardedVector<Vek16u> table(64, flush, offset / 2 ^ 1);
+        samples.Fill(std::ref(random_));
+        table.Fill([&] { return 32768 / (1 + random_() % 20); });
+        Samples plainSamples;
+        Table plainTable;
+        for (int i = 0; i < 64; ++i) {
+            plainSamples[i] = samples.at(i % 8, i / 8);
+            plainTable[i] = table[i];
         }
+        ASSERT_EQ(StatusOk, vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples.data(), samples.step(), coefficients.data(), table.data()));
+        ASSERT_EQ(StatusOk, vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients.data(), back.data(), back.step(), table.data()));
+        const Coefficients expected = Forward(plainSamples, plainTable);
+        const Samples plainBack = Inverse(expected, plainTable);
+        for (int i = 0; i < 64; ++i) {
+            ASSERT_EQ(expected[i], coefficients[i]);
+            expectedBack.set(i % 8, i / 8, 0, plainBack[i]);
+        }
+        ASSERT_TRUE(coefficients.IsSlackIntact() && expectedBack == back) << shape;
     }
 }
 
@@ -308,43 +289,37 @@ TEST_P(JpegDctTest, AnyAddressGivesTheSameAndNothingElseIsTouched)
 
 TEST_P(JpegDctTest, PreparedTablesStandInRowOrder)
 {
-    // The first diagonals of the scan and its last position.
-    const int natural[] = {0, 1, 8, 16, 9, 2, 3, 10, 17, 24, 32, 25, 18, 11, 4, 5};
-    Raw raw = {};
+    Raw raw;
     for (int k = 0; k < 64; ++k)
         raw[k] = (Vek8u)(k + 1);
     Table inverse, forward;
     ASSERT_EQ(StatusOk, vekiQuantInvTableInit_JPEG_8u16u(raw.data(), inverse.data()));
     ASSERT_EQ(StatusOk, vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), forward.data()));
-    for (int k = 0; k < 16; ++k)
-        EXPECT_EQ(k + 1, inverse[natural[k]]);
-    // Walking the second half backwards mirrors the first: position 63 - k stands at 63 - natural.
-    for (int k = 0; k < 16; ++k)
-        EXPECT_EQ(64 - k, inverse[63 - natural[k]]);
-    std::array<int, 65> seen = {};
-    for (int i = 0; i < 64; ++i) {
-        ++seen[inverse[i]];
-        EXPECT_EQ(std::lround(32768.0 / inverse[i]), forward[i]);
-    }
-    for (int k = 1; k <= 64; ++k)
-        EXPECT_EQ(1, seen[k]);
-    // Neighbours of the scan are neighbours in the block, diagonals included.
-    std::array<int, 64> place;
-    for (int i = 0; i < 64; ++i)
-        place[inverse[i] - 1] = i;
-    for (int k = 1; k < 64; ++k) {
-        EXPECT_LE(std::abs(place[k] % 8 - place[k - 1] % 8), 1);
-        EXPECT_LE(std::abs(place[k] / 8 - place[k - 1] / 8), 1);
+    // Walks the block as the standard's figure does: along diagonals, turning at the edges.
+    int x = 0, y = 0, dx = 1;
+    for (int k = 0; k < 64; ++k) {
+        ASSERT_EQ(k + 1, inverse[8 * y + x]);
+        ASSERT_EQ(std::lround(32768.0 / (k + 1)), forward[8 * y + x]);
+        const int nextX = x + dx, nextY = y - dx;
+        if (dx > 0 ? nextX == 8 || nextY < 0 : nextY == 8 || nextX < 0) {
+            (dx > 0 ? x < 7 : y == 7) ? ++x : ++y;
+            dx = -dx;
+        } else {
+            x = nextX;
+            y = nextY;
+        }
     }
 }
 
 TEST_P(JpegDctTest, ReciprocalsAreRoundedAndZeroWarns)
 {
-    for (int step = 1; step < 256; ++step)
-        ASSERT_EQ(std::lround(32768.0 / step), ForwardTable(UniformRaw(step))[step % 64]);
+    Table table;
+    for (int step = 1; step < 256; ++step) {
+        ASSERT_EQ(StatusOk, vekiQuantFwdTableInit_JPEG_8u16u(UniformRaw(step).data(), table.data()));
+        ASSERT_EQ(std::lround(32768.0 / step), table[step % 64]);
+    }
     Raw raw = UniformRaw(10);
     raw[63] = 0;
-    Table table;
     EXPECT_EQ(WarnDivideByZero, vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), table.data()));
     EXPECT_EQ(65535, table[63]);
     EXPECT_EQ(3277, table[62]);
@@ -362,12 +337,9 @@ TEST_P(JpegDctTest, QualityScalesTables)
     EXPECT_EQ(16, scaled(16, 50));
     EXPECT_EQ(250, scaled(5, 1));
     EXPECT_EQ(255, scaled(6, 1));
-    EXPECT_EQ(8, scaled(16, 75));
     EXPECT_EQ(17, scaled(16, 47));  // 5000 / 47 is 106: 16.96, and a half is added
-    EXPECT_EQ(255, scaled(255, 50));
     for (const Vek32s quality : {100, 101, 125, 0x40000000, 0x40000064, 2147483647})
-        for (const int entry : {0, 1, 99, 255})
-            EXPECT_EQ(1, scaled(entry, quality));
+        EXPECT_EQ(1, scaled(255, quality));
 }
 
 TEST_P(JpegDctTest, BadCallsInOrder)
@@ -378,26 +350,21 @@ TEST_P(JpegDctTest, BadCallsInOrder)
     Coefficients coefficients = {};
     EXPECT_EQ(StatusNullPointer, vekiQuantFwdRawTableInit_JPEG_8u(nullptr, 0));
     EXPECT_EQ(StatusBadRange, vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), 0));
-    EXPECT_EQ(StatusBadRange, vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), -2147483647 - 1));
     for (const auto prepare : {vekiQuantFwdTableInit_JPEG_8u16u, vekiQuantInvTableInit_JPEG_8u16u}) {
         EXPECT_EQ(StatusNullPointer, prepare(nullptr, table.data()));
         EXPECT_EQ(StatusNullPointer, prepare(raw.data(), nullptr));
     }
-    const auto forward = vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R;
-    EXPECT_EQ(StatusNullPointer, forward(nullptr, 0, coefficients.data(), table.data()));
-    EXPECT_EQ(StatusNullPointer, forward(samples.data(), 0, nullptr, table.data()));
-    EXPECT_EQ(StatusBadStep, forward(samples.data(), 0, coefficients.data(), nullptr));
-    EXPECT_EQ(StatusBadStep, forward(samples.data(), -8, coefficients.data(), table.data()));
-    EXPECT_EQ(StatusNullPointer, forward(samples.data(), 1, coefficients.data(), nullptr));
-    const auto inverse = vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R;
-    EXPECT_EQ(StatusNullPointer, inverse(nullptr, samples.data(), 0, table.data()));
-    EXPECT_EQ(StatusNullPointer, inverse(coefficients.data(), nullptr, 0, table.data()));
-    EXPECT_EQ(StatusBadStep, inverse(coefficients.data(), samples.data(), 0, nullptr));
-    EXPECT_EQ(StatusNullPointer, inverse(coefficients.data(), samples.data(), 8, nullptr));
-    EXPECT_EQ(UniformRaw(7), raw);
-    EXPECT_EQ(Uniform(9), table);
-    EXPECT_EQ(Samples{}, samples);
-    EXPECT_EQ(Coefficients{}, coefficients);
+    const auto forward = [&](const Vek8u* p, Vek32s step, Vek16s* q, const Vek16u* t) { return vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(p, step, q, t); };
+    const auto inverse = [&](Vek8u* p, Vek32s step, Vek16s* q, const Vek16u* t) { return vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(q, p, step, t); };
+    const auto check = [&](auto call) {
+        EXPECT_EQ(StatusNullPointer, call(nullptr, 0, coefficients.data(), table.data()));
+        EXPECT_EQ(StatusNullPointer, call(samples.data(), 0, nullptr, table.data()));
+        EXPECT_EQ(StatusBadStep, call(samples.data(), 0, coefficients.data(), nullptr));
+        EXPECT_EQ(StatusNullPointer, call(samples.data(), 1, coefficients.data(), nullptr));
+    };
+    check(forward);
+    check(inverse);
+    EXPECT_TRUE(raw == UniformRaw(7) && table == Uniform(9) && samples == Samples{} && coefficients == Coefficients{});
 }
 
 UVEK_ON_ALL_TIERS(JpegDctTest);
