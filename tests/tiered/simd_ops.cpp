@@ -165,6 +165,15 @@ const SimdOp kOps[] = {
         for (int i = 0; i < 8; ++i)
             Put((Vek32s*)out + i, (Vek32s)Read<Vek16s>(in, i));
     }),
+    FREE("Widen8uTo32", { StoreU(out, WidenLow8uTo32(LoadU(in))); }, {
+        for (int i = 0; i < 4; ++i)
+            Put((Vek32s*)out + i, (Vek32s)in[i]);
+    }),
+    FREE("High64", { StoreU(out, LoadHigh64(LoadU(in), in + 17)); StoreHigh64(out + 17, LoadU(in)); }, {
+        memcpy(out, in, 8);
+        memcpy(out + 8, in + 17, 8);
+        memcpy(out + 17, in + 8, 8);
+    }),
     FREE("Widen8s", { StoreU(out, WidenLow8s(LoadU(in))); StoreU(out + 16, WidenHigh8s(LoadU(in))); }, {
         for (int i = 0; i < 16; ++i)
             Put((Vek16s*)out + i, (Vek16s)(Vek8s)in[i]);
