@@ -34,6 +34,9 @@ inline void StoreA(void* p, V v) { _mm_store_si128((V*)p, v); }
 inline void Stream(void* p, V v) { _mm_stream_si128((V*)p, v); }
 inline void Fence() { _mm_sfence(); }
 
+// A hint that the line at p will be read; p may be any address.
+inline void Prefetch(const void* p) { _mm_prefetch((const char*)p, _MM_HINT_T0); }
+
 // The low 8 or 4 bytes; the rest of the register is zero after a load.
 inline V Load64(const void* p) { return _mm_loadl_epi64((const V*)p); }
 inline void Store64(void* p, V v) { _mm_storel_epi64((V*)p, v); }

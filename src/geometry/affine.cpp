@@ -62,6 +62,15 @@ struct AffineRows {
     State& WalkOf(State& state, Vek32s) { return state; }
 };
 
+// A turned image's rows run through the source in a way that the processor does not foresee. Eight rows
+// ahead is in time, measured on images of 8 and 64 MB.
+int64_t BytesAhead(const WarpCall& call, const InverseMatrix& m)
+{
+    const auto whole = [](Vek64f v) { return v > -1000 && v < 1000 ? (int64_t)v : 0; };
+    const int64_t columns = whole(8 * m.a01), rows = whole(8 * m.a11);
+    return rows * call.srcStep + columns * ChannelsOf(call.formatCode) * SampleBytesOf(call.formatCode);
+}
+
 using AffineKernel = void(const SourceImage&, const SpanTable&, const InverseMatrix&, Vek8u*, Vek32s);
 
 template <typename T, int channels, int code>
@@ -119,7 +128,7 @@ VekStatus AffineCore(const WarpCall& call, const AffineMatrix& matrix)
     if (!MakeSpans(quadrangle, inverse.clockwise, call.dstRoi, &table))
         return WarnNoRotationOverlap;
     AffineKernel* const kernel = KernelOf(call.formatCode, Downgraded(call.interpolation, call.srcSize));
-    kernel(SourceOf(call), table, inverse, call.pDst, call.dstStep);
+    kernel(SourceOf(call, BytesAhead(call, inverse)), table, inverse, call.pDst, call.dstStep);
     ReleaseSpans(&table);
     if (HasSmoothEdges(call.interpolation))
         SmoothEdges(call, table.polygon, inverse.clockwise);

@@ -136,6 +136,7 @@ Vek32s SampleLinearBlocks(const SourceImage& source, Walk& walk, Vek8u* dst, Vek
             const V columns = channels == 1 ? block.ix : channels == 4 ? ShiftLeft32<2>(block.ix) : Add32(Add32(block.ix, block.ix), block.ix);
             alignas(16) Vek32s offset[4];
             StoreA(offset, Add32(MulLow32(block.iy, steps), columns));
+            Prefetch(Offset(source.origin, offset[0] + source.ahead));
             if constexpr (channels == 1)
                 sampled = SampleBlock1(source.origin, step, offset, block, dst) == 0;
             else

@@ -11,11 +11,12 @@ struct SourceImage {
     const Vek8u* origin;
     int64_t step;
     Vek32s width, height;
+    int64_t ahead;  // bytes from a sample to that of a few destination rows below, for the cache
 };
 
-inline SourceImage SourceOf(const WarpCall& call)
+inline SourceImage SourceOf(const WarpCall& call, int64_t ahead)
 {
-    return {call.pSrc, call.srcStep, call.srcSize.width, call.srcSize.height};
+    return {call.pSrc, call.srcStep, call.srcSize.width, call.srcSize.height, ahead};
 }
 
 // What carries a position over a whole number that it should have reached.

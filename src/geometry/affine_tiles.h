@@ -9,9 +9,9 @@
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
-// The source rows that a tile touches have a page each, and the processor knows some 64 at a time.
-constexpr Vek32s kTileWidth = 64;
-constexpr Vek32s kTileHeight = 32;
+// Narrow, as rows of a large source fall on the same lines of the cache.
+constexpr Vek32s kTileWidth = 32;
+constexpr Vek32s kTileHeight = 64;
 
 // rows.Start(column) is the state in which a row's positions begin at that column, for one row after
 // the other from the table's first; rows.WalkOf(state, count) walks the next `count` positions of a row.

@@ -47,7 +47,7 @@ template <int code, class Inverse>
 void SampleWarp(const WarpCall& call, const SpanTable& table, Inverse& inverse)
 {
     WarpRows<Inverse> rows = {inverse, {}};
-    SampleTiles<Vek8u, 3, code>(SourceOf(call), table, rows, call.pDst, call.dstStep);
+    SampleTiles<Vek8u, 3, code>(SourceOf(call, 0), table, rows, call.pDst, call.dstStep);
 }
 
 // `inverse` maps back to the region whose corners' images are `quadrangle`.
