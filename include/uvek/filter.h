@@ -41,8 +41,7 @@ VekStatus vekiFilter32f_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, V
    2 7 12 7 2, 7 31 52 31 7, 12 52 127 52 12 and their mirror images, over 571, to nearest. One or two
    pixels are read on every side.
    Returns StatusNullPointer, StatusBadSize, StatusBadStep (below 1), StatusBadMaskSize, StatusNoMemory,
-   StatusOk. Tiers: 5x5 divides by fixed-point multiplication in tier 0, and in single precision above
-   it, with the rounding mode set to nearest for the call. */
+   StatusOk. All tiers agree, whatever the floating-point rounding mode. */
 VekStatus vekiFilterGauss_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize dstRoiSize, Vek32s mask);
 
 /* Sharpening: the pixel times the mask's area (9 or 25), less the sum of the mask, clamped to 0 .. 255.

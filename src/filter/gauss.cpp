@@ -1,6 +1,5 @@
 // Gaussian smoothing, 3x3 of weight 16 and 5x5 of weight 571.
 #include "filter/sweep.h"
-#include "frame/simd_float.h"
 #include "uvek/filter.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -47,6 +46,19 @@ struct Gauss3 {
 constexpr Vek32s kWeight = 571;
 constexpr Vek32s kCorner = 2, kEdge = 7, kArm = 12, kInnerCorner = 31, kInnerEdge = 52, kCentre = 127;
 
+// The nearest quotient of a + b + c and 571, in 16 bits: a + 285, b + c and 571 quotients may wrap, the
+// remainder does not. a is at most 65250, the three together at most 255 * 571.
+inline V Quotient(V a, V b, V c)
+{
+    // No sum is half way between two quotients, as 571 is odd: they are those of the sum + 285, rounded
+    // down. A fourth of it, short by at most 1.25 or above by 0.25, gives the quotient or one less.
+    const V biased = Add16(a, Splat16(kWeight / 2));
+    const V fourth = Add16(ShiftRight16u<1>(Average16u(b, c)), ShiftRight16u<2>(biased));
+    const V quotient = MulHigh16u(fourth, Splat16((4 << 16) / kWeight));
+    const V remainder = Sub16(Add16(biased, Add16(b, c)), MulLow16(quotient, Splat16(kWeight)));
+    return Sub16(quotient, Greater16s(remainder, Splat16(kWeight - 1)));
+}
+
 struct Gauss5 {
     struct Row { Vek32s outer, inner, middle; };
     struct BlockRow { WordPair outer, inner, middle; };
@@ -73,29 +85,23 @@ struct Gauss5 {
         return {{Add16(a, e), Add16(b, f)}, {Add16(b, d), Add16(c, e)}, {c, d}};
     }
 
-    // Eight results, of the six sums of their samples.
-    static V Quotient(V corner, V edge, V arm, V innerCorner, V innerEdge, V centre)
+    // Eight results, of the six sums of their samples, as three that fit 16 bits.
+    static V Eight(V corner, V edge, V arm, V innerCorner, V innerEdge, V centre)
     {
-        const V w0 = Splat32(kCorner | kEdge << 16), w1 = Splat32(kArm | kInnerCorner << 16), w2 = Splat32(kInnerEdge | kCentre << 16);
-        const V low = Add32(Add32(MulAdd16(UnpackLow16(corner, edge), w0), MulAdd16(UnpackLow16(arm, innerCorner), w1)),
-                            MulAdd16(UnpackLow16(innerEdge, centre), w2));
-        const V high = Add32(Add32(MulAdd16(UnpackHigh16(corner, edge), w0), MulAdd16(UnpackHigh16(arm, innerCorner), w1)),
-                             MulAdd16(UnpackHigh16(innerEdge, centre), w2));
-        // 1 / 571. Rounded to nearest, the product equals tier 0's fixed-point quotient for every sum that
-        // bytes can give: no sum lies on a border between two results, as 571 is odd.
-        const F reciprocal = SplatF(0.0017513134f);
-        return Pack32sTo16s(Nearest32s(Mul(ToFloat(low), reciprocal)), Nearest32s(Mul(ToFloat(high), reciprocal)));
+        return Quotient(Add16(Add16(MulLow16(corner, Splat16(kCorner)), MulLow16(edge, Splat16(kEdge))), MulLow16(arm, Splat16(kArm))),
+                        Add16(MulLow16(innerCorner, Splat16(kInnerCorner)), MulLow16(centre, Splat16(kCentre))),
+                        MulLow16(innerEdge, Splat16(kInnerEdge)));
     }
 
     static void StoreBlock(const BlockRow& a, const BlockRow& b, const BlockRow& c, const BlockRow& d, const BlockRow& e,
                            const Vek8u*, Vek8u* dst)
     {
-        const V even = Quotient(Add16(a.outer.even, e.outer.even),
-                                Add16(Add16(a.inner.even, e.inner.even), Add16(b.outer.even, d.outer.even)),
+        const V even = Eight(Add16(a.outer.even, e.outer.even),
+                             Add16(Add16(a.inner.even, e.inner.even), Add16(b.outer.even, d.outer.even)),
                                 Add16(Add16(a.middle.even, e.middle.even), c.outer.even),
                                 Add16(b.inner.even, d.inner.even),
                                 Add16(Add16(b.middle.even, d.middle.even), c.inner.even), c.middle.even);
-        const V odd = Quotient(Add16(a.outer.odd, e.outer.odd),
+        const V odd = Eight(Add16(a.outer.odd, e.outer.odd),
                                Add16(Add16(a.inner.odd, e.inner.odd), Add16(b.outer.odd, d.outer.odd)),
                                Add16(Add16(a.middle.odd, e.middle.odd), c.outer.odd),
                                Add16(b.inner.odd, d.inner.odd),
@@ -104,15 +110,37 @@ struct Gauss5 {
     }
 };
 
-VekStatus Gauss5x5(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize size)
-{
-    if constexpr (kBlocks) {
-        const NearestMode mode;
-        return Sweep<Gauss5, 5>(pSrc, srcStep, pDst, dstStep, size);
-    } else {
-        return Sweep<Gauss5, 5>(pSrc, srcStep, pDst, dstStep, size);
+// With the multiply-add of bytes a row gives its weighted sums for windows that have it as an outer, an
+// inner or the middle row: 16 bits hold each, and that of two like rows. Left, here and right load two
+// bytes apart, so that an even place meets their pairs as (-2 -1) (0 1) (2 3), an odd one a place later.
+struct Gauss5Bytes : Gauss5 {
+    struct BlockRow { WordPair outer, inner, middle; };
+
+    static V Pairs(V v, Vek32s first, Vek32s second) { return MulAdd8us(v, Splat16(first | second << 8)); }
+
+    static WordPair Weighted(V left, V here, V right, Vek32s far, Vek32s near, Vek32s centre)
+    {
+        return {Add16(Add16(Pairs(left, far, near), Pairs(here, centre, near)), Pairs(right, far, 0)),
+                Add16(Add16(Pairs(left, 0, far), Pairs(here, near, centre)), Pairs(right, near, far))};
     }
-}
+
+    static BlockRow Block(const Vek8u* p)
+    {
+        const V left = LoadU(p - 2), here = LoadU(p), right = LoadU(p + 2);
+        const WordPair inner = Weighted(left, here, right, kEdge, kInnerCorner, kInnerEdge);
+        // The middle row's own weights would saturate a pair; what it has more than an inner row does not.
+        const WordPair more = Weighted(left, here, right, kArm - kEdge, kInnerEdge - kInnerCorner, kCentre - kInnerEdge);
+        return {Weighted(left, here, right, kCorner, kEdge, kArm), inner,
+                {Add16(inner.even, more.even), Add16(inner.odd, more.odd)}};
+    }
+
+    static void StoreBlock(const BlockRow& a, const BlockRow& b, const BlockRow& c, const BlockRow& d, const BlockRow& e,
+                           const Vek8u*, Vek8u* dst)
+    {
+        StoreBytes(dst, {Quotient(Add16(a.outer.even, e.outer.even), Add16(b.inner.even, d.inner.even), c.middle.even),
+                         Quotient(Add16(a.outer.odd, e.outer.odd), Add16(b.inner.odd, d.inner.odd), c.middle.odd)});
+    }
+};
 
 }  // namespace
 
@@ -123,8 +151,10 @@ VekStatus vekiFilterGauss_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst,
     if (srcStep < 1 || dstStep < 1)                      return StatusBadStep;
     if (mask != MaskSize3x3 && mask != MaskSize5x5)      return StatusBadMaskSize;
 
-    return mask == MaskSize3x3 ? Sweep<Gauss3, 3>(pSrc, srcStep, pDst, dstStep, dstRoiSize)
-                               : Gauss5x5(pSrc, srcStep, pDst, dstStep, dstRoiSize);
+    if (mask == MaskSize3x3)
+        return Sweep<Gauss3, 3>(pSrc, srcStep, pDst, dstStep, dstRoiSize);
+    return kHasByteShuffle ? Sweep<Gauss5Bytes, 5>(pSrc, srcStep, pDst, dstStep, dstRoiSize)
+                           : Sweep<Gauss5, 5>(pSrc, srcStep, pDst, dstStep, dstRoiSize);
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE

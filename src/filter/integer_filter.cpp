@@ -41,18 +41,37 @@ Vek8u Quotient(Vek32s s, const Divisor& d)
     return Saturate8u(q + (((s & (2 * half - 1)) + (q & 1) + half - 1) >> d.shift));
 }
 
-// Four quotients, still to be saturated.
-V QuotientBlock(V s, const Divisor& d)
-{
-    if (d.form == Division::None)
-        return s;
-    if (d.form == Division::Product)
-        return Nearest32s(Min(SplatF(255), Mul(ToFloat(s), SplatF(d.reciprocal))));
-    const V count = ShiftCount(d.shift), half = Splat32((1 << (d.shift - 1)) - 1), mask = Splat32((Vek32s)(((Vek32u)1 << d.shift) - 1));
-    const V q = ShiftRight32sBy(s, count);
-    const V rest = Add32(Add32(And(s, mask), And(q, Splat32(1))), half);
-    return And(Add32(q, ShiftRight32sBy(rest, count)), Greater32s(s, Zero()));
-}
+// Quotients of four sums at a time, still to be saturated.
+template <Division form>
+class Quotients {
+public:
+    explicit Quotients(const Divisor& d)
+        : reciprocal_(SplatF(d.reciprocal)), count_(ShiftCount(d.shift)), mask_(Splat32((Vek32s)(((Vek32u)1 << d.shift) - 1))),
+          half_(ShiftRight32u<1>(mask_))
+    {
+    }
+
+    V Of(V s) const
+    {
+        if constexpr (form == Division::None)
+            return s;
+        if constexpr (form == Division::Product)
+            return Nearest32s(Min(SplatF(255), Mul(ToFloat(s), reciprocal_)));
+        const V q = ShiftRight32sBy(s, count_);
+        const V rest = Add32(Add32(And(s, mask_), And(q, Splat32(1))), half_);
+        return And(Add32(q, ShiftRight32sBy(rest, count_)), Greater32s(s, Zero()));
+    }
+
+    void Store(Vek8u* dst, V a, V b, V c, V d) const
+    {
+        StoreU(dst, Pack16sTo8u(Pack32sTo16s(Of(a), Of(b)), Pack32sTo16s(Of(c), Of(d))));
+    }
+
+private:
+    F reciprocal_;
+    V count_, mask_;
+    V half_;  // of the divisor, less one
+};
 
 // ---- Scalar ----
 
@@ -147,13 +166,8 @@ Divisor ForBlocks(const Divisor& divisor, const Vek32s* pKernel, VekImageSize ke
     return {Division::Product, 0, 1.0f / (Vek32f)(1u << divisor.shift)};
 }
 
-inline void StoreQuotients(Vek8u* dst, V a, V b, V c, V d, const Divisor& divisor)
-{
-    StoreU(dst, Pack16sTo8u(Pack32sTo16s(QuotientBlock(a, divisor), QuotientBlock(b, divisor)),
-                            Pack32sTo16s(QuotientBlock(c, divisor), QuotientBlock(d, divisor))));
-}
-
-inline void FilterBlockBytes(const Vek8u* src, Vek8u* dst, const Taps& taps, const Divisor& divisor)
+template <Division form>
+inline void FilterBlockBytes(const Vek8u* src, Vek8u* dst, const Taps& taps, const Quotients<form>& quotients)
 {
     V low = Splat16(taps.bias), high = low;
     for (int64_t i = 0; i < taps.count; ++i) {
@@ -163,11 +177,12 @@ inline void FilterBlockBytes(const Vek8u* src, Vek8u* dst, const Taps& taps, con
         high = Add16(high, MulAdd8us(UnpackHigh8(a, b), pair.coefficients));
     }
     const V bias = Splat32(taps.bias);
-    StoreQuotients(dst, Sub32(WidenLow16u(low), bias), Sub32(WidenHigh16u(low), bias),
-                   Sub32(WidenLow16u(high), bias), Sub32(WidenHigh16u(high), bias), divisor);
+    quotients.Store(dst, Sub32(WidenLow16u(low), bias), Sub32(WidenHigh16u(low), bias),
+                    Sub32(WidenLow16u(high), bias), Sub32(WidenHigh16u(high), bias));
 }
 
-inline void FilterBlockWords(const Vek8u* src, Vek8u* dst, const Taps& taps, const Divisor& divisor)
+template <Division form>
+inline void FilterBlockWords(const Vek8u* src, Vek8u* dst, const Taps& taps, const Quotients<form>& quotients)
 {
     V s0 = Zero(), s1 = Zero(), s2 = Zero(), s3 = Zero();
     for (int64_t i = 0; i < taps.count; ++i) {
@@ -179,21 +194,22 @@ inline void FilterBlockWords(const Vek8u* src, Vek8u* dst, const Taps& taps, con
         s2 = Add32(s2, MulAdd16(WidenLow8u(high), pair.coefficients));
         s3 = Add32(s3, MulAdd16(WidenHigh8u(high), pair.coefficients));
     }
-    StoreQuotients(dst, s0, s1, s2, s3, divisor);
+    quotients.Store(dst, s0, s1, s2, s3);
 }
 
-template <bool bytes>
+template <Division form>
 void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height, const Taps& taps, const Divisor& divisor)
 {
+    const Quotients<form> quotients(divisor);
     for (Vek32s y = 0; y < height; ++y) {
         const Vek8u* src = Row(source.first, source.step, y);
         Vek8u* dst = Row(pDst, dstStep, y);
         for (int64_t i = 0; i < samples; i += 16) {
             const int64_t x = Min(i, samples - 16);
-            if constexpr (bytes)
-                FilterBlockBytes(src + x, dst + x, taps, divisor);
+            if (taps.bytes)
+                FilterBlockBytes(src + x, dst + x, taps, quotients);
             else
-                FilterBlockWords(src + x, dst + x, taps, divisor);
+                FilterBlockWords(src + x, dst + x, taps, quotients);
         }
     }
 }
@@ -211,10 +227,10 @@ bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t sam
     const bool fits = MakeTaps(taps, source, pKernel, kernel);
     if (fits) {
         const Divisor d = ForBlocks(divisor, pKernel, kernel);
-        if (taps.bytes)
-            FilterBlocks<true>(source, pDst, dstStep, samples, height, taps, d);
-        else
-            FilterBlocks<false>(source, pDst, dstStep, samples, height, taps, d);
+        const auto filter = d.form == Division::None ? FilterBlocks<Division::None>
+            : d.form == Division::Shift ? FilterBlocks<Division::Shift>
+            : FilterBlocks<Division::Product>;
+        filter(source, pDst, dstStep, samples, height, taps, d);
     }
     ReleaseBlock(taps.pairs);
     return fits;

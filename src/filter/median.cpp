@@ -105,16 +105,18 @@ struct Columns4 {
     template <int n>
     static void Shift(const Columns4& a, const Columns4& b, V (&w)[20])
     {
-        for (int r = 0; r < 4; ++r)
-            w[5 * r + n] = n == 0 ? a.v[r] : Concat<n>(a.v[r], b.v[r]);
+        w[n] = Concat<n>(a.v[0], b.v[0]);
+        w[5 + n] = Concat<n>(a.v[1], b.v[1]);
+        w[10 + n] = Concat<n>(a.v[2], b.v[2]);
+        w[15 + n] = Concat<n>(a.v[3], b.v[3]);
     }
 };
 
-inline void LoadRow5(const Vek8u* p, V (&five)[5])
+inline V MedianWithRow(const V (&w)[20], const Vek8u* row)
 {
-    for (int i = 0; i < 5; ++i)
-        five[i] = LoadU(p + i);
+    V five[5] = {LoadU(row), LoadU(row + 1), LoadU(row + 2), LoadU(row + 3), LoadU(row + 4)};
     SortRow5(five);
+    return MedianOf(w, five);
 }
 
 // One destination row, or two: the windows of the second reach one source row further down.
@@ -123,19 +125,19 @@ void Median5x5Rows(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep, 
 {
     const Vek8u* bottom = Offset(src, 5 * step);
     WalkColumns<Columns4, 4>(width, [&](Vek32s x, const Columns4& a, const Columns4& b) {
-        V w[20], five[5];
-        Columns4::Shift<0>(a, b, w);
+        V w[20];
+        w[0] = a.v[0];
+        w[5] = a.v[1];
+        w[10] = a.v[2];
+        w[15] = a.v[3];
         Columns4::Shift<1>(a, b, w);
         Columns4::Shift<2>(a, b, w);
         Columns4::Shift<3>(a, b, w);
         Columns4::Shift<4>(a, b, w);
         SortMiddleSix(w);
-        LoadRow5(src + x, five);
-        StoreU(dst + x, MedianOf(w, five));
-        if constexpr (two) {
-            LoadRow5(bottom + x, five);
-            StoreU(Offset(dst, dstStep) + x, MedianOf(w, five));
-        }
+        StoreU(dst + x, MedianWithRow(w, src + x));
+        if constexpr (two)
+            StoreU(Offset(dst, dstStep) + x, MedianWithRow(w, bottom + x));
     }, Offset(src, step), step);
 }
 

@@ -97,8 +97,9 @@ inline void SortRow5(V (&v)[5])
 
 // w: the 20 shared samples, rank r of column c at 5 r + c. Five samples more cannot make any but the
 // middle six the median of 25: they are left in order at w[7] .. w[12]. The network was found by
-// simulated annealing over the 5^5 inputs of zeros and ones that sorted columns can give.
-inline void SortMiddleSix(V (&w)[20])
+// simulated annealing over the 5^5 inputs of zeros and ones that sorted columns can give. Inlined, its
+// wires are registers.
+[[gnu::always_inline]] inline void SortMiddleSix(V (&w)[20])
 {
     Order(w[18], w[19]); Order(w[5], w[6]); Order(w[1], w[0]); Order(w[10], w[11]); Order(w[3], w[5]); Order(w[14], w[13]);
     Order(w[2], w[3]); Order(w[12], w[6]); Order(w[0], w[18]); Order(w[13], w[17]); Order(w[6], w[19]); Order(w[16], w[15]);

@@ -112,18 +112,6 @@ inline D Abs(D v) { return AndNot(SplatD(-0.0), v); }
 
 // ---- Conversion: Nearest follows the rounding mode in force, ties to even unless a caller set it ----
 
-// Rounding to nearest, whatever the caller's mode, while it lives.
-class NearestMode {
-public:
-    NearestMode() : before_(_mm_getcsr()) { _mm_setcsr(before_ & ~0x6000u); }
-    ~NearestMode() { _mm_setcsr(before_); }
-    NearestMode(const NearestMode&) = delete;
-    NearestMode& operator=(const NearestMode&) = delete;
-
-private:
-    unsigned before_;
-};
-
 inline F ToFloat(V v) { return _mm_cvtepi32_ps(v); }
 inline V Nearest32s(F v) { return _mm_cvtps_epi32(v); }   // 0x80000000 past the range and for NaN
 inline V Truncate32s(F v) { return _mm_cvttps_epi32(v); }
