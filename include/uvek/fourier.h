@@ -91,6 +91,26 @@ VekStatus vekiDFTInv_CToC_32fc_C1R(const Vek32fc* pSrc, Vek32s srcStep, Vek32fc*
 VekStatus vekiDFTFwd_RToPack_32f_C1R(const Vek32f* pSrc, Vek32s srcStep, Vek32f* pDst, Vek32s dstStep,
                                      const VekDft2Spec* pSpec, Vek8u* pBuffer);
 
+/* The full convolution of two images: sample (x, y) of the result is the sum of src1(i, j) src2(x - i, y - j)
+   over all i, j within both, (width1 + width2 - 1) by (height1 + height2 - 1) samples. Steps: bytes between
+   rows, at least 1. pDst overlaps neither source. Small work is summed directly, in the destination; the
+   rest goes through transforms, whose size and so whose rounding depends on the sizes. Tiers differ in
+   rounding, and tier 0 turns to transforms earlier.
+   Returns StatusNullPointer, StatusBadSize (a width or height below 1), StatusBadStep, StatusNoMemory (what
+   was done by then stays), StatusBadFftOrder (a transform would be longer than 2^30), StatusOk. */
+VekStatus vekiConvFull_32f_C1R(const Vek32f* pSrc1, Vek32s src1Step, VekImageSize src1Size, const Vek32f* pSrc2,
+                               Vek32s src2Step, VekImageSize src2Size, Vek32f* pDst, Vek32s dstStep);
+
+/* The cross-correlation of two vectors over dstLen lags from lowLag, which may be any number: pDst[n] is
+   the sum over i of src1[i] src2[i + lowLag + n], where both exist; 0 where nothing does. pDst overlaps neither
+   source. Long windows go through transforms, in double precision for 64f.
+   Return StatusNullPointer, StatusBadSize (a length below 1), StatusNoMemory or StatusBadFftOrder (leading and
+   trailing zeros are written by then), StatusOk. */
+VekStatus veksCrossCorr_32f(const Vek32f* pSrc1, Vek32s src1Len, const Vek32f* pSrc2, Vek32s src2Len, Vek32f* pDst,
+                            Vek32s dstLen, Vek32s lowLag);
+VekStatus veksCrossCorr_64f(const Vek64f* pSrc1, Vek32s src1Len, const Vek64f* pSrc2, Vek32s src2Len, Vek64f* pDst,
+                            Vek32s dstLen, Vek32s lowLag);
+
 UVEK_END
 
 #endif

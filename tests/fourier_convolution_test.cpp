@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "support/allocator.h"
+#include "support/guarded.h"
+#include "support/random.h"
+#include "support/tiers.h"
+#include "uvek/uvek.h"
+
+namespace uvek::test {
+namespace {
+
+using Image = GuardedImage<Vek32f>;
+
+Image Noisy(const Shape& shape, std::mt19937& random)
+{
+    std::normal_distribution<float> noise;
+    Image image(shape);
+    image.Fill([&] { return noise(random); });
+    return image;
+}
+
+VekStatus Convolve(const Image& a, const Image& b, Image& dst)
+{
+    return vekiConvFull_32f_C1R(a.data(), a.step(), a.size(), b.data(), b.step(), b.size(), dst.data(), dst.step());
+}
+
+// Against the sums in double, of all samples or, in a large result, of those around every `stride`th.
+// Returns how many blocks of memory the call asked for: none when it sums directly.
+int Check(VekImageSize size1, VekImageSize size2, std::mt19937& random, int stride = 1)
+{
+    const Image a = Noisy({size1.width, size1.height, size2.width % 9, false, Flush::End, size1.height % 4}, random);
+    const Image b = Noisy({size2.width, size2.height, size1.width % 5, false, Flush::Start, size1.width % 4}, random);
+    Image dst(Shape{size1.width + size2.width - 1, size1.height + size2.height - 1, size1.width % 6});
+    const ScopedAllocator allocator;
+    EXPECT_EQ(StatusOk, Convolve(a, b, dst));
+    EXPECT_EQ(0, allocator.live());
+    // The roundings of a plain sum of n products of noise add up to 0.2 n units; six times that never happens.
+    const double terms = (double)std::min(size1.width, size2.width) * std::min(size1.height, size2.height);
+    const double bound = std::numeric_limits<float>::epsilon() * (1.2 * terms + 8 * std::sqrt(terms) + 8);
+    for (Vek32s y = 0; y < dst.height(); ++y)
+        for (Vek32s x = y % stride; x < dst.width(); x += stride) {
+            double sum = 0;
+            for (Vek32s j = std::max(0, y - b.height() + 1); j <= std::min(y, a.height() - 1); ++j)
+                for (Vek32s i = std::max(0, x - b.width() + 1); i <= std::min(x, a.width() - 1); ++i)
+                    sum += (double)a.at(i, j) * b.at(x - i, y - j);
+            if (std::fabs(sum - dst.at(x, y)) > bound) {
+                ADD_FAILURE() << "(" << x << ", " << y << ") of " << size1.width << "x" << size1.height << " by " << size2.width << "x" << size2.height
+                              << ": " << dst.at(x, y) << " for " << sum << " seed " << Seed();
+                return -1;
+            }
+        }
+    // The rows' padding and the guards keep their pattern.
+    Image same = dst;
+    EXPECT_EQ(same, dst);
+    return allocator.requests();
+}
+
+class ConvolutionTest : public TierTest {};
+
+TEST_P(ConvolutionTest, SumsSmallImagesDirectly)
+{
+    std::mt19937 random(Seed());
+    for (Vek32s w = 1; w <= 14; ++w)
+        for (const VekImageSize kernel : {VekImageSize{1, 1}, {2, 3}, {3, 1}, {4, 2}, {5, 5}, {9, 2}, {14, 1}})
+            EXPECT_EQ(0, Check({w, 1 + w % 4}, kernel, random));
+    EXPECT_EQ(0, Check({100, 50}, {12, 10}, random));  // 120 samples of the kernel
+    EXPECT_EQ(0, Check({12, 10}, {100, 50}, random));
+}
+
+TEST_P(ConvolutionTest, TurnsToTransformsAtItsLimits)
+{
+    std::mt19937 random(Seed());
+    const bool isTier0 = GetParam() == 0;
+    EXPECT_LT(0, Check({100, 50}, {11, 11}, random));           // 121 samples of the kernel
+    EXPECT_EQ(0, Check({14, 60}, {11, 12}, random));            // 24 by 71, 1704 samples of the result
+    EXPECT_EQ(isTier0, Check({25, 38}, {11, 12}, random) > 0);  // 35 by 49, 1715
+    EXPECT_EQ(isTier0, Check({30, 62}, {11, 13}, random) > 0);  // 40 by 74, 2960
+    EXPECT_LT(0, Check({37, 52}, {11, 12}, random));            // 47 by 63, 2961
+    // The wider image is the one that goes in blocks, whichever argument it is; equal widths keep the first.
+    EXPECT_EQ(0, Check({1, 120}, {3000, 1}, random, 7));
+    EXPECT_LT(0, Check({1, 3000}, {120, 1}, random, 7));
+    EXPECT_EQ(0, Check({40, 300}, {40, 3}, random, 7));
+    EXPECT_LT(0, Check({40, 3}, {40, 300}, random, 7));
+}
+
+TEST_P(ConvolutionTest, TransformsGiveTheWholeAndItsBlocks)
+{
+    std::mt19937 random(Seed());
+    EXPECT_LT(0, Check({60, 60}, {23, 23}, random, 3));    // 3600 of 529: below seven times
+    EXPECT_LT(0, Check({77, 55}, {55, 11}, random, 3));    // exactly seven times: one block
+    EXPECT_LT(0, Check({77, 56}, {55, 11}, random, 3));    // above: blocks, the last ones cut off
+    EXPECT_LT(0, Check({11, 11}, {200, 130}, random, 5));  // swapped
+    EXPECT_LT(0, Check({301, 40}, {13, 37}, random, 5));
+    EXPECT_LT(0, Check({150, 700}, {130, 3}, random, 11));
+    EXPECT_LT(0, Check({5000, 1}, {300, 1}, random, 3));   // a single row
+    EXPECT_LT(0, Check({3, 900}, {3, 60}, random, 3));
+    EXPECT_LT(0, Check({640, 480}, {31, 31}, random, 37));
+}
+
+TEST_P(ConvolutionTest, FailedAllocationsLeaveNothingBehind)
+{
+    std::mt19937 random(Seed());
+    const Image a = Noisy({90, 80}, random), b = Noisy({20, 30}, random);
+    for (int failing = 0;; ++failing) {
+        Image dst(109, 109);
+        const ScopedAllocator allocator(failing);
+        const VekStatus status = Convolve(a, b, dst);
+        EXPECT_EQ(0, allocator.live());
+        if (status == StatusOk) {
+            EXPECT_LT(3, failing);
+            break;
+        }
+        ASSERT_EQ(StatusNoMemory, status);
+        EXPECT_EQ(Image(109, 109), dst);
+    }
+}
+
+TEST_P(ConvolutionTest, BadCallsGiveTheirStatus)
+{
+    float a[4] = {2, 3, 4, 5}, d[4] = {9, 9, 9, 9};
+    const VekImageSize one = {1, 1}, none = {0, 1}, flat = {1, 0};
+    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(nullptr, 0, none, a, 4, one, d, 4));
+    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(a, 4, one, nullptr, 4, none, d, 4));
+    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(a, 4, one, a, 4, one, nullptr, 0));
+    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 0, none, a, 4, one, d, 4));
+    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, flat, a, 4, one, d, 4));
+    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, one, a, 4, none, d, 0));
+    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, one, a, 4, flat, d, 4));
+    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 0, one, a, 4, one, d, 4));
+    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 4, one, a, -4, one, d, 4));
+    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 4, one, a, 4, one, d, 0));
+    EXPECT_EQ(9, d[0]);
+    EXPECT_EQ(StatusOk, vekiConvFull_32f_C1R(a, 4, one, a + 1, 4, one, d, 4));
+    EXPECT_EQ(6, d[0]);
+}
+
+UVEK_ON_ALL_TIERS(ConvolutionTest);
+
+}  // namespace
+}  // namespace uvek::test
