@@ -21,12 +21,13 @@ class SignalWindowTest : public TierTest {};
 using Vector16s = GuardedVector<Vek16s>;
 using Vector32f = GuardedVector<Vek32f>;
 
+constexpr double kPi = 3.14159265358979323846;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 double Cosine(Vek32s k, Vek32s length)
 {
-    return std::cos(2 * M_PI * k / (length - 1));
+    return std::cos(2 * kPi * k / (length - 1));
 }
 
 // ---- Windows ----
