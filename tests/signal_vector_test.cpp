@@ -42,14 +42,6 @@ GuardedVector<T> Like(const Shape& shape)
     return GuardedVector<T>(shape.width, shape.flush, shape.offset);
 }
 
-Vector32f Floats(std::initializer_list<float> values)
-{
-    Vector32f v((Vek32s)values.size());
-    auto next = values.begin();
-    v.Fill([&] { return *next++; });
-    return v;
-}
-
 // Any bit pattern but a NaN's: all exponents, denormals, infinities, zeros.
 float AnyFloat(std::mt19937& random)
 {
@@ -87,19 +79,15 @@ Vek16s Saturated(double v)
     return (Vek16s)std::clamp(v, -32768.0, 32767.0);
 }
 
-TEST_P(SignalVectorTest, ConstantsAddAndSubtractSaturated)
+TEST_P(SignalVectorTest, ConstantsSaturateAndShiftsDropBits)
 {
-    for (const int value : {0, 1, -1, 1000, -1000, 32767, -32768}) {
+    for (const int value : {0, 1, -1, 1000, 32767, -32768}) {
         ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksAddC_16s_I((Vek16s)value, p, n); },
                       [=](Vek16s v) { return Saturated(v + value); });
         ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksSubC_16s_I((Vek16s)value, p, n); },
                       [=](Vek16s v) { return Saturated(v - value); });
     }
-}
-
-TEST_P(SignalVectorTest, ShiftsDropBitsOnTheLeftAndKeepTheSignOnTheRight)
-{
-    for (const Vek32s value : {0, 1, 3, 14, 15, 16, 20, 2147483647}) {
+    for (const Vek32s value : {0, 1, 14, 15, 16, 2147483647}) {
         const int places = std::min(value, 16);
         ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksLShiftC_16s_I(value, p, n); },
                       [=](Vek16s v) { return (Vek16s)(Vek16u)((uint64_t)(Vek16u)v << places); });
@@ -131,18 +119,17 @@ TEST_P(SignalVectorTest, ScaledSumsRoundTiesToEven)
 
 TEST_P(SignalVectorTest, IntegersBecomeTheirFloats)
 {
-    Vector16s words(65536);
-    GuardedVector<Vek8u> bytes(256 + 7, Flush::Start);
-    Vector32f result(65536);
-    int next = -32768;
-    words.Fill([&] { return next++; });
-    bytes.Fill([&] { return next++; });
-    for (const Vek32s skip : {0, 1, 5}) {  // tails of several lengths
-        ASSERT_EQ(StatusOk, veksConvert_16s32f(words.data() + skip, result.data() + skip, 65536 - skip));
-        for (Vek32s i = skip; i < 65536; ++i)
+    for (const Vek32s n : {65536, 65531, 19}) {  // tails of several lengths
+        Vector16s words(n);
+        GuardedVector<Vek8u> bytes(n, Flush::Start, 1);
+        Vector32f result(n, Flush::End, 2);
+        words.Fill([i = -32768]() mutable { return i++; });
+        bytes.Fill([i = 0]() mutable { return i++; });
+        ASSERT_EQ(StatusOk, veksConvert_16s32f(words.data(), result.data(), n));
+        for (Vek32s i = 0; i < n; ++i)
             ASSERT_EQ(i - 32768, result[i]);
-        ASSERT_EQ(StatusOk, veksConvert_8u32f(bytes.data(), result.data(), 263 - skip));
-        for (Vek32s i = 0; i < 263 - skip; ++i)
+        ASSERT_EQ(StatusOk, veksConvert_8u32f(bytes.data(), result.data(), n));
+        for (Vek32s i = 0; i < n; ++i)
             ASSERT_EQ(i % 256, result[i]);
     }
 }
@@ -194,10 +181,9 @@ TEST_P(SignalVectorTest, FloatArithmeticIsExact)
             for (Vek32s i = 0; i < n; ++i)
                 want.set(i, 0, 0, expected(a[i], b[i]));
             ASSERT_EQ(StatusOk, call(result.data()));
-            for (Vek32s i = 0; i < n; ++i) {
+            for (Vek32s i = 0; i < n; ++i)
                 if (std::isnan(want[i]) && std::isnan(result[i]))
                     want.set(i, 0, 0, result[i]);  // infinity times zero: the sign is the compiler's choice
-            }
             ASSERT_EQ(want, result) << name << " " << shape << " seed " << Seed();
         };
         check("abs", [&](float* p) { return veksAbs_32f(a.data(), p, n); }, [](float x, float) { return std::fabs(x); });
@@ -212,22 +198,15 @@ TEST_P(SignalVectorTest, FloatArithmeticIsExact)
 
 TEST_P(SignalVectorTest, ConstantsZeroAndOneDoNotMultiply)
 {
-    const uint32_t signalling = 0x7f800001, payload = 0xffc12345;
-    for (Vek32s n : {1, 21}) {
-        Vector32f v(n);
-        v.Fill([&, i = 0]() mutable { return FromBits(i++ % 2 ? payload : signalling); });
-        auto same = v, zeros = v;
-        EXPECT_EQ(StatusOk, veksMulC_32f_I(1.0f, same.data(), n));
-        EXPECT_EQ(v, same);
-        EXPECT_EQ(StatusOk, veksMulC_32f_I(-0.0f, zeros.data(), n));
-        for (Vek32s i = 0; i < n; ++i)
-            EXPECT_EQ(0u, Bits(zeros[i]));
-        EXPECT_EQ(StatusDivideByZero, veksDivC_32f_I(-0.0f, same.data(), n));
-        EXPECT_EQ(v, same);
-        EXPECT_EQ(StatusOk, veksAbs_32f(v.data(), zeros.data(), n));
-        for (Vek32s i = 0; i < n; ++i)
-            EXPECT_EQ(Bits(v[i]) & 0x7fffffff, Bits(zeros[i]));
-    }
+    Vector32f v(21), zeros(21);
+    v.Fill([i = 0]() mutable { return FromBits(i++ % 2 ? 0xffc12345 : 0x7f800001); });  // NaNs, signalling too
+    auto same = v, result = v;
+    zeros.Fill([] { return 0.0f; });
+    EXPECT_EQ(StatusOk, veksMulC_32f_I(1.0f, same.data(), 21));
+    EXPECT_EQ(StatusDivideByZero, veksDivC_32f_I(-0.0f, same.data(), 21));
+    EXPECT_EQ(v, same);
+    EXPECT_EQ(StatusOk, veksMulC_32f_I(-0.0f, result.data(), 21));
+    EXPECT_EQ(zeros, result);
 }
 
 TEST_P(SignalVectorTest, SquareRootWarnsOfNegativesAndFinishes)
@@ -292,25 +271,6 @@ TEST_P(SignalVectorTest, MagnitudeAndPhaseStayWithinTheirBounds)
         });
 }
 
-TEST_P(SignalVectorTest, PhaseOfZerosAndInfinitiesFollowsTheQuadrant)
-{
-    const float parts[] = {0.0f, -0.0f, 1.0f, -1.0f, kInfinity, -kInfinity, kNaN, 1e-45f, -1e-45f, 3.4e38f, -3.4e38f};
-    for (const float x : parts)
-        for (const float y : parts)
-            for (const Vek32s n : {1, 16}) {
-                Vector32f re(n), im(n), phase(n);
-                re.Fill([&] { return x; });
-                im.Fill([&] { return y; });
-                ASSERT_EQ(StatusOk, veksPhase_32f(re.data(), im.data(), phase.data(), n));
-                const float want = (float)std::atan2((double)y, (double)x);
-                if (std::isnan(want))
-                    EXPECT_TRUE(std::isnan(phase[0])) << y << " " << x;
-                else
-                    EXPECT_NEAR(want, phase[0], 2 * UnitInLastPlace(want)) << y << " " << x;
-                EXPECT_TRUE(std::isnan(want) || std::signbit(want) == std::signbit(phase[0])) << y << " " << x;
-            }
-}
-
 TEST_P(SignalVectorTest, ExtremesKeepTheFirstAndPassOverNaNs)
 {
     std::mt19937 random(Seed());
@@ -358,10 +318,12 @@ TEST_P(SignalVectorTest, SumsAreHeldInDoublePrecision)
         ASSERT_EQ(Bits(inTier0), Bits(result));
         ASSERT_EQ(StatusOk, veksMean_32f(v.data(), n, &result, 0));
         ASSERT_NEAR((double)sum / n, result, 1.3 * UnitInLastPlace((double)sum / n) + 1e-9);
-        if (n > 1) {
-            ASSERT_EQ(StatusOk, veksStdDev_32f(v.data(), n, &result, 0));
-            ASSERT_NEAR(std::sqrt((double)squares / (n - 1)), result, 1e-6 * std::sqrt((double)squares / (n - 1)) + 1e-6);
-        }
+        ASSERT_EQ(n > 1 ? StatusOk : StatusBadSize, veksStdDev_32f(v.data(), n, &result, 0));
+        const double deviation = std::sqrt((double)squares / std::max(n - 1, 1));
+        ASSERT_TRUE(n == 1 || std::fabs(deviation - result) < 1e-6 * deviation + 1e-6) << deviation << " " << result;
+        v.set(0, 0, 0, kNaN);
+        ASSERT_EQ(n > 1 ? StatusOk : StatusBadSize, veksStdDev_32f(v.data(), n, &result, 0));
+        ASSERT_TRUE(n == 1 || result == 0);
     });
 }
 
@@ -384,80 +346,48 @@ TEST_P(SignalVectorTest, MeanRoundsTheSumFirstAboveTier0)
     EXPECT_GT(differences, 0);
 }
 
-TEST_P(SignalVectorTest, DeviationDividesByOneLess)
-{
-    float result;
-    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({1, 3}).data(), 2, &result, 0));
-    EXPECT_EQ((float)std::sqrt(2.0), result);
-    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({0.1f, 0.1f, 0.1f, 0.1f, 0.1f, 0.1f, 0.1f}).data(), 7, &result, 0));
-    EXPECT_NEAR(0, result, 1e-8);
-    EXPECT_EQ(StatusOk, veksStdDev_32f(Floats({1, kNaN, 2, 3, 4, 5, 6}).data(), 7, &result, 0));
-    EXPECT_EQ(0, result);
-}
-
+// Each pointer of a call is null in turn, with a bad length beside it; then the length alone is bad.
 TEST_P(SignalVectorTest, BadCallsGiveTheirStatusAndWriteNothing)
 {
-    Vek16s w[4] = {1, 2, 3, 4};
-    Vek32f f[4] = {1, -2, 3, 4}, g[4] = {5, 6, 7, 8}, result = 9;
-    Vek32fc z[2] = {};
-    Vek8u b[4] = {};
-    const auto inPlace16s = [&](auto call) {
-        EXPECT_EQ(StatusNullPointer, call(nullptr, 0));
-        EXPECT_EQ(StatusBadSize, call(w, 0));
-        EXPECT_EQ(StatusBadSize, call(w, -5));
-    };
-    for (const Vek32s value : {0, 1, 16, -1}) {
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAddC_16s_I((Vek16s)value, p, n); });
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksSubC_16s_I((Vek16s)value, p, n); });
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksLShiftC_16s_I(value, p, n); });
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksRShiftC_16s_I(value, p, n); });
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(w, w, p, n, value); });
-        inPlace16s([=](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(p, w, (Vek16s*)w, n, value); });
-        inPlace16s([&](Vek16s* p, Vek32s n) { return veksAdd_16s_Sfs(w, p, w, n, value); });
-        inPlace16s([&](Vek16s* p, Vek32s n) { return veksConvert_32f16s_Sfs(f, p, n, value, 0); });
-        inPlace16s([&](Vek16s* p, Vek32s n) { return veksConvert_16s32f(p, f, n); });
-    }
-    EXPECT_EQ(StatusBadShift, veksLShiftC_16s_I(-1, w, 4));
-    EXPECT_EQ(StatusBadShift, veksRShiftC_16s_I(-1, w, 4));
-
-    const auto anyPointer = [&](auto call) {
-        EXPECT_EQ(StatusNullPointer, call(nullptr, 0));
-        EXPECT_EQ(StatusBadSize, call(f, 0));
-    };
-    for (const Vek32f value : {0.0f, 1.0f, 2.0f}) {
-        anyPointer([=](Vek32f* p, Vek32s n) { return veksMulC_32f_I(value, p, n); });
-        anyPointer([=](Vek32f* p, Vek32s n) { return veksDivC_32f_I(value, p, n); });
-    }
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksAbs_32f(p, g, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksAbs_32f(g, p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksMul_32f_I(p, g, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksMul_32f_I(g, p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksSqr_32f_I(p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksSqrt_32f_I(p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_16s32f(w, p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_8u32f(b, p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_8u32f(p ? b : nullptr, g, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksConvert_32f16s_Sfs(p, w, n, 0, 0); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksMagnitude_32fc(z, p, n); });
-    anyPointer([&](Vek32f* p, Vek32s n) { return veksMagnitude_32fc(p ? z : nullptr, g, n); });
-    for (const auto complex : {veksMagnitude_32f, veksPowerSpectr_32f, veksPhase_32f}) {
-        anyPointer([&](Vek32f* p, Vek32s n) { return complex(p, g, g, n); });
-        anyPointer([&](Vek32f* p, Vek32s n) { return complex(g, p, g, n); });
-        anyPointer([&](Vek32f* p, Vek32s n) { return complex(g, g, p, n); });
-    }
-    for (const auto extreme : {veksMax_32f, veksMin_32f}) {
-        anyPointer([&](Vek32f* p, Vek32s n) { return extreme(p, n, &result); });
-        anyPointer([&](Vek32f* p, Vek32s n) { return extreme(g, n, p ? &result : nullptr); });
-    }
-    for (const auto reduction : {veksSum_32f, veksMean_32f, veksStdDev_32f})
-        for (const Vek32s hint : {0, 1}) {
-            anyPointer([&](Vek32f* p, Vek32s n) { return reduction(p, n, &result, hint); });
-            anyPointer([&](Vek32f* p, Vek32s n) { return reduction(g, n, p ? &result : nullptr, hint); });
+    alignas(16) float f[3][4] = {{9, 9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9, 9}};
+    const auto check = [&](int pointers, auto call) {
+        for (int null = 0; null <= pointers; ++null) {
+            float* p[3];
+            for (int k = 0; k < 3; ++k)
+                p[k] = k == null ? nullptr : f[k];
+            EXPECT_EQ(null < pointers ? StatusNullPointer : StatusBadSize, call(p[0], p[1], p[2], -5));
+            EXPECT_EQ(null < pointers ? StatusNullPointer : StatusBadSize, call(p[0], p[1], p[2], 0));
         }
-    EXPECT_EQ(StatusBadSize, veksStdDev_32f(f, 1, &result, 0));
-
-    EXPECT_EQ(9, result);
-    EXPECT_TRUE(w[0] == 1 && w[3] == 4 && f[0] == 1 && f[1] == -2 && g[0] == 5 && g[3] == 8);
+    };
+    using P = float*;
+    using Words = Vek16s*;
+    for (const Vek32s v : {0, 1, 16, -1}) {  // values that return at once come after the checks
+        check(1, [=](P a, P, P, Vek32s n) { return veksAddC_16s_I((Vek16s)v, (Words)a, n); });
+        check(1, [=](P a, P, P, Vek32s n) { return veksSubC_16s_I((Vek16s)v, (Words)a, n); });
+        check(1, [=](P a, P, P, Vek32s n) { return veksLShiftC_16s_I(v, (Words)a, n); });
+        check(1, [=](P a, P, P, Vek32s n) { return veksRShiftC_16s_I(v, (Words)a, n); });
+        check(1, [=](P a, P, P, Vek32s n) { return veksMulC_32f_I((float)v, a, n); });
+        check(1, [=](P a, P, P, Vek32s n) { return veksDivC_32f_I((float)v, a, n); });
+    }
+    EXPECT_EQ(StatusBadShift, veksLShiftC_16s_I(-1, (Words)f[0], 4));
+    EXPECT_EQ(StatusBadShift, veksRShiftC_16s_I(-1, (Words)f[0], 4));
+    check(1, [](P a, P, P, Vek32s n) { return veksSqr_32f_I(a, n); });
+    check(1, [](P a, P, P, Vek32s n) { return veksSqrt_32f_I(a, n); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksAbs_32f(a, b, n); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksMul_32f_I(a, b, n); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_16s32f((Words)a, b, n); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_8u32f((Vek8u*)a, b, n); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_32f16s_Sfs(a, (Words)b, n, 0, 17); });
+    check(2, [](P a, P b, P, Vek32s n) { return veksMagnitude_32fc((Vek32fc*)a, b, n); });
+    check(3, [](P a, P b, P c, Vek32s n) { return veksAdd_16s_Sfs((Words)a, (Words)b, (Words)c, n, 17); });
+    for (const auto complex : {veksMagnitude_32f, veksPowerSpectr_32f, veksPhase_32f})
+        check(3, [=](P a, P b, P c, Vek32s n) { return complex(a, b, c, n); });
+    for (const auto extreme : {veksMax_32f, veksMin_32f})
+        check(2, [=](P a, P b, P, Vek32s n) { return extreme(a, n, b); });
+    for (const auto reduction : {veksSum_32f, veksMean_32f, veksStdDev_32f})
+        check(2, [=](P a, P b, P, Vek32s n) { return reduction(a, n, b, 1); });
+    for (const auto& row : f)
+        EXPECT_EQ(4, std::count(row, row + 4, 9.0f));
 }
 
 UVEK_ON_ALL_TIERS(SignalVectorTest);

@@ -21,12 +21,13 @@ class SignalWindowTest : public TierTest {};
 using Vector16s = GuardedVector<Vek16s>;
 using Vector32f = GuardedVector<Vek32f>;
 
+constexpr double kPi = 3.14159265358979323846;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 double Cosine(Vek32s k, Vek32s length)
 {
-    return std::cos(2 * M_PI * k / (length - 1));
+    return std::cos(2 * kPi * k / (length - 1));
 }
 
 // ---- Windows ----
@@ -35,11 +36,8 @@ double Cosine(Vek32s k, Vek32s length)
 TEST_P(SignalWindowTest, HammingTruncatesInTier0AndRoundsAbove)
 {
     std::mt19937 random(Seed());
-    ForEachShape([&](const Shape& shape) {
-        const Vek32s n = shape.width + 2;
-        if (n > 300)
-            return;
-        Vector16s v(n, shape.flush, shape.offset);
+    for (Vek32s n = 3; n < 120; ++n) {
+        Vector16s v(n, n % 2 ? Flush::End : Flush::Start, n % 5);
         FillInteger(v, kAllKinds[random() % 4], random);
         const Vector16s before = v;
         ASSERT_EQ(StatusOk, veksWinHamming_16s_I(v.data(), n));
@@ -56,7 +54,7 @@ TEST_P(SignalWindowTest, HammingTruncatesInTier0AndRoundsAbove)
             }
         }
         ASSERT_TRUE(v.IsSlackIntact());
-    });
+    }
 }
 
 TEST_P(SignalWindowTest, HammingStartsAfreshAfter176Pairs)
@@ -113,20 +111,11 @@ TEST_P(SignalWindowTest, HannRoundsOnceInTier0AndTwiceAbove)
     }
 }
 
-TEST_P(SignalWindowTest, WindowsOfThree)
+TEST_P(SignalWindowTest, HannOfThreeClearsTheEnds)
 {
-    Vek16s words[] = {1006, 77, -1006};  // 80.48 either way
-    EXPECT_EQ(StatusOk, veksWinHamming_16s_I(words, 3));
-    EXPECT_EQ(80, words[0]);
-    EXPECT_EQ(77, words[1]);
-    EXPECT_EQ(-80, words[2]);
-    Vek16s larger[] = {1012, 0, -1012};  // 80.96
-    EXPECT_EQ(StatusOk, veksWinHamming_16s_I(larger, 3));
-    EXPECT_EQ(GetParam() ? 81 : 80, larger[0]);
-    EXPECT_EQ(GetParam() ? -81 : -80, larger[2]);
-    float floats[] = {kNaN, 5, -kInfinity};
-    EXPECT_EQ(StatusOk, veksWinHann_32f_I(floats, 3));
-    EXPECT_TRUE(floats[0] == 0 && !std::signbit(floats[0]) && floats[1] == 5 && floats[2] == 0 && !std::signbit(floats[2]));
+    float v[] = {kNaN, 5, -kInfinity};
+    EXPECT_EQ(StatusOk, veksWinHann_32f_I(v, 3));
+    EXPECT_TRUE(v[0] == 0 && !std::signbit(v[0]) && v[1] == 5 && v[2] == 0 && !std::signbit(v[2]));
 }
 
 // ---- Sort ----

@@ -170,6 +170,7 @@ VekStatus veksRandGaussFree_32f(VekRandGaussState* pState);
    the ends of a Hann window of 3 become 0. Weights follow by recurrences, and tiers differ in the last
    bits: tier 0 multiplies in double precision, and Hamming truncates toward zero; tiers 1 to 3 multiply
    in single precision, and Hamming rounds to nearest and its weights drift by up to 5e-5 on long vectors.
+   The other weights are exact to a float, drifting by 1e-6 on a million samples, 3e-5 on four millions.
    Returns StatusNullPointer, StatusBadSize (len below 3), StatusOk. */
 VekStatus veksWinHamming_16s_I(Vek16s* pSrcDst, Vek32s len);
 VekStatus veksWinHann_32f_I(Vek32f* pSrcDst, Vek32s len);
