@@ -12,6 +12,8 @@ int main(int argc, char** argv)
     uvek::tool::AddInfo(app, exitStatus);
     uvek::tool::AddColour(app, exitStatus);
     uvek::tool::AddJpeg(app, exitStatus);
+    uvek::tool::AddGeometry(app, exitStatus);
+    uvek::tool::AddFilter(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -22,8 +22,8 @@ struct Columns {
     const Window* windows;
 };
 
-// Without byte shuffles: pairs of words and their two weights.
-inline V RowOfPairs(V taps, V weights)
+// Without byte shuffles: pairs of words and their two weights. Some tiers have no use for it.
+[[maybe_unused]] inline V RowOfPairs(V taps, V weights)
 {
     return ShiftRight32u<kRowShift>(Add32(MulAdd16(taps, weights), Splat32(1 << (kRowShift - 1))));
 }

@@ -9,6 +9,8 @@ namespace uvek::tool {
 
 enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
 
+void AddFilter(CLI::App& app, int& exitStatus);
+void AddGeometry(CLI::App& app, int& exitStatus);
 void AddInfo(CLI::App& app, int& exitStatus);
 void AddColour(CLI::App& app, int& exitStatus);
 void AddJpeg(CLI::App& app, int& exitStatus);
