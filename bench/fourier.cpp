@@ -10,7 +10,6 @@
 #endif
 #ifdef UVEK_HAVE_OPENCV
 #include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
 #endif
 
 namespace uvek::bench {
@@ -79,6 +78,8 @@ void RegisterOrder(int order)
 #ifdef UVEK_HAVE_FFTW3F
     struct { const char* name; unsigned flag; } const kinds[] = {{"fftw_estimate", FFTW_ESTIMATE}, {"fftw_measure", FFTW_MEASURE}};
     for (const auto& kind : kinds) {
+        if (order > 22)  // whose plans take minutes to measure; these orders show how the cost grows
+            break;
         const unsigned flag = kind.flag;
         RegisterPrepared("FFT_complex", kind.name, -1, size, 8 * n, [=] {
             const Shared re = Make(n), im = Make(n), outRe = Make(n), outIm = Make(n);
@@ -97,12 +98,91 @@ void RegisterOrder(int order)
 #endif
 }
 
+template <int channels>
+std::shared_ptr<Image<Vek32f>> MakeImage(Size size)
+{
+    return std::make_shared<Image<Vek32f>>(size, channels);
+}
+
+void RegisterImage(Size size)
+{
+    const int64_t bytes = (int64_t)size.width * size.height * 4;
+    const VekImageSize roi = {size.width, size.height};
+    RegisterPreparedTiers("DFT_complex", size.name(), 2 * bytes, [=] {
+        VekDft2Spec* made = nullptr;
+        vekiDFTInitAlloc_C_32fc(&made, roi, FftScaleNone, 0);
+        const std::shared_ptr<VekDft2Spec> spec(made, vekiDFTFree_C_32fc);
+        return [=, x = MakeImage<2>(size), y = MakeImage<2>(size)] {
+            vekiDFTFwd_CToC_32fc_C1R((const Vek32fc*)x->data(), x->step(), (Vek32fc*)y->data(), y->step(), spec.get(), nullptr);
+        };
+    });
+    RegisterPreparedTiers("DFT_real", size.name(), bytes, [=] {
+        VekDft2Spec* made = nullptr;
+        vekiDFTInitAlloc_R_32f(&made, roi, FftScaleNone, 0);
+        const std::shared_ptr<VekDft2Spec> spec(made, vekiDFTFree_R_32f);
+        return [=, x = MakeImage<1>(size), y = MakeImage<1>(size)] {
+            vekiDFTFwd_RToPack_32f_C1R(x->data(), x->step(), y->data(), y->step(), spec.get(), nullptr);
+        };
+    });
+#ifdef UVEK_HAVE_OPENCV
+    // The same layouts on both sides, Pack included.
+    RegisterPrepared("DFT_complex", "opencv", -1, size.name(), 2 * bytes, [=] {
+        return [=, x = MakeImage<2>(size), y = MakeImage<2>(size)] {
+            const cv::Mat from(size.height, size.width, CV_32FC2, x->data());
+            cv::Mat to(size.height, size.width, CV_32FC2, y->data());
+            cv::dft(from, to);
+        };
+    });
+    RegisterPrepared("DFT_real", "opencv", -1, size.name(), bytes, [=] {
+        return [=, x = MakeImage<1>(size), y = MakeImage<1>(size)] {
+            const cv::Mat from(size.height, size.width, CV_32FC1, x->data());
+            cv::Mat to(size.height, size.width, CV_32FC1, y->data());
+            cv::dft(from, to);
+        };
+    });
+#endif
+}
+
+void RegisterConvolution(Size image, Size kernel)
+{
+    const Size full = {image.width + kernel.width - 1, image.height + kernel.height - 1};
+    RegisterPreparedTiers("ConvFull", image.name() + "_" + kernel.name(), (int64_t)full.width * full.height * 4, [=] {
+        return [=, a = MakeImage<1>(image), b = MakeImage<1>(kernel), y = MakeImage<1>(full)] {
+            vekiConvFull_32f_C1R(a->data(), a->step(), a->size(), b->data(), b->step(), b->size(), y->data(), y->step());
+        };
+    });
+}
+
+void RegisterCorrelation(int length1, int length2, int lags)
+{
+    const std::string size = std::to_string(length1) + "_" + std::to_string(length2) + "_" + std::to_string(lags);
+    RegisterPreparedTiers("CrossCorr_32f", size, 4 * (int64_t)lags, [=] {
+        return [=, a = Make(length1), b = Make(length2), y = Make(lags)] {
+            veksCrossCorr_32f(a->data(), length1, b->data(), length2, y->data(), lags, -lags / 2);
+        };
+    });
+    RegisterPreparedTiers("CrossCorr_64f", size, 8 * (int64_t)lags, [=] {
+        const auto vector = [](int length) { return std::make_shared<std::vector<double>>((size_t)length, 0.5); };
+        return [=, a = vector(length1), b = vector(length2), y = vector(lags)] {
+            veksCrossCorr_64f(a->data(), length1, b->data(), length2, y->data(), lags, -lags / 2);
+        };
+    });
+}
+
 const bool registered = [] {
 #ifdef UVEK_HAVE_OPENCV
     cv::setNumThreads(1);
 #endif
     for (int order = 6; order <= 24; ++order)
         RegisterOrder(order);
+    for (const Size size : {Size{1000, 1000}, {1024, 1024}, {1920, 1080}, {1009, 1009}, {675, 675}})
+        RegisterImage(size);
+    RegisterConvolution({640, 480}, {7, 7});
+    RegisterConvolution({640, 480}, {31, 31});
+    RegisterConvolution({512, 512}, {400, 400});
+    RegisterCorrelation(5000, 5000, 300);
+    RegisterCorrelation(20000, 20000, 20000);
+    RegisterCorrelation(100000, 1000, 90000);
     return true;
 }();
 

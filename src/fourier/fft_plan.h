@@ -61,6 +61,11 @@ constexpr bool IsOuterRadix8(Vek32s left) { return left != 2 && left != 4; }
 // The reversal of the split path moves square tiles of samples.
 template <typename T> constexpr Vek32s kTileSideBits = kIsDouble<T> ? 5 : 6;
 
+template <typename T> constexpr int64_t TileCount(Vek32s order) { return (int64_t)1 << (order - 2 * kTileSideBits<T>); }
+
+// The entries of the table that a kernel reads in its first stage.
+constexpr int64_t FusedReversalCount(Vek32s order) { return Max((int64_t)1, ((int64_t)1 << order) / 32); }
+
 template <typename T>
 constexpr int64_t WorkBytes(Vek32s order)
 {

@@ -126,11 +126,23 @@ void FillColumnTwiddles(T* p, Vek32s order, const QuarterSine<T>& sine)
 
 // Tier 0: an index is a top bit, a middle value and a bottom bit, and the four indices of one middle
 // value move together. Pairs i < rev(i), a 0, then from the end downward the middles that stay.
+// Above: the fused table of one kernel, or the reversed tile numbers with the fused table of a row behind.
 template <typename T>
 constexpr int64_t ReversalCount(Vek32s order)
 {
-    const int64_t n = (int64_t)1 << order;
-    return kTier == 0 ? n / 4 + 1 : order <= kKernelOrder<T> ? Max((int64_t)1, n / 32) : n >> 2 * kTileSideBits<T>;
+    if (kTier == 0)
+        return ((int64_t)1 << order) / 4 + 1;
+    if (order <= kKernelOrder<T>)
+        return FusedReversalCount(order);
+    const Vek32s row = order - ColumnBits<T>(order);
+    return TileCount<T>(order) + (row <= kKernelOrder<T> ? FusedReversalCount(row) : 0);
+}
+
+// Where the butterflies of four consecutive inputs put their results.
+void FillFusedReversal(Vek32s* p, Vek32s order)
+{
+    for (Vek32s g = 0; g < (Vek32s)FusedReversalCount(order); ++g)
+        p[g] = (Vek32s)ReverseBits((Vek32u)(4 * g), order - 2) * 8;
 }
 
 template <typename T>
@@ -150,14 +162,13 @@ void FillReversal(Vek32s* p, Vek32s order)
         }
         p[front] = 0;
     } else if (order <= kKernelOrder<T>) {
-        // Fused into the first stage: where the butterflies of four consecutive inputs put their results.
-        const Vek32s groups = Max(1, (1 << order) / 32);
-        for (Vek32s g = 0; g < groups; ++g)
-            p[g] = (Vek32s)ReverseBits((Vek32u)(4 * g), order - 2) * 8;
+        FillFusedReversal(p, order);
     } else {
-        const Vek32s bits = order - 2 * kTileSideBits<T>;
-        for (Vek32s tile = 0; tile < 1 << bits; ++tile)
-            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, bits);
+        const Vek32s tiles = (Vek32s)TileCount<T>(order), row = order - ColumnBits<T>(order);
+        for (Vek32s tile = 0; tile < tiles; ++tile)
+            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, order - 2 * kTileSideBits<T>);
+        if (row <= kKernelOrder<T>)
+            FillFusedReversal(p + tiles, row);
     }
 }
 

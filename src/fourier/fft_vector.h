@@ -297,6 +297,78 @@ void TransformColumns(const FftSpec<T>& spec, Vek32s order, Vek32s level, Form d
     }
 }
 
+// Sorts the samples into the rows of the split: row p takes every 2^k-th sample from rev(p) on, in their
+// natural order. A block of samples that makes one cache line of every row moves at a time.
+template <typename E, typename Move>
+void SortIntoRows(const E* src, E* dst, Vek32s order, Vek32s k, Move move)
+{
+    constexpr int kRun = 4;  // rows, and samples of each, that one move takes
+    const int64_t rows = (int64_t)1 << k, columns = (int64_t)1 << (order - k);
+    const int64_t line = 64 / sizeof(E);
+    for (int64_t m = 0; m < columns; m += line)
+        for (int64_t j = 0; j < rows; j += kRun) {
+            // rev(j), and rev(j + 1), .. +2, +3, which differ in their top two bits.
+            int64_t row = 0;
+            for (Vek32s bit = 0; bit < k; ++bit)
+                row |= (j >> bit & 1) << (k - 1 - bit);
+            E* const to = dst + row * columns + m;
+            for (int64_t i = 0; i < line; i += kRun)
+                move(src + (m + i) * rows + j, rows, to + i, rows / 4 * columns);
+        }
+}
+
+// Four rows of four, `pitch` apart, to four columns of which the second and third change places, `apart` apart.
+inline void MoveFour(const Vek32f* src, int64_t pitch, Vek32f* dst, int64_t apart)
+{
+    F a = LoadU(src), b = LoadU(src + pitch), c = LoadU(src + 2 * pitch), d = LoadU(src + 3 * pitch);
+    Transpose4(a, b, c, d);
+    StoreU(dst, a);
+    StoreU(dst + 2 * apart, b);
+    StoreU(dst + apart, c);
+    StoreU(dst + 3 * apart, d);
+}
+
+inline void MoveFour(const Cx<Vek32f>* src, int64_t pitch, Cx<Vek32f>* dst, int64_t apart)
+{
+    for (int half = 0; half < 4; half += 2) {
+        const Cx<Vek32f>* const p = src + half * pitch;
+        const V a = LoadU(p), b = LoadU(p + pitch), c = LoadU(p + 2), d = LoadU(p + pitch + 2);
+        StoreU(dst + half, UnpackLow64(a, b));
+        StoreU(dst + half + 2 * apart, UnpackHigh64(a, b));
+        StoreU(dst + half + apart, UnpackLow64(c, d));
+        StoreU(dst + half + 3 * apart, UnpackHigh64(c, d));
+    }
+}
+
+inline void MoveFour(const Cx<Vek64f>* src, int64_t pitch, Cx<Vek64f>* dst, int64_t apart)
+{
+    for (int i = 0; i < 4; ++i) {
+        const Cx<Vek64f>* const p = src + i * pitch;
+        StoreU(dst + i, LoadU(p));
+        StoreU(dst + i + 2 * apart, LoadU(p + 1));
+        StoreU(dst + i + apart, LoadU(p + 2));
+        StoreU(dst + i + 3 * apart, LoadU(p + 3));
+    }
+}
+
+template <typename E>
+void SortIntoRows(const E* src, E* dst, Vek32s order, Vek32s k)
+{
+    SortIntoRows(src, dst, order, k, [](const E* from, int64_t pitch, E* to, int64_t apart) { MoveFour(from, pitch, to, apart); });
+}
+template <typename T> void SortIntoRows(Split<T> src, Split<T> dst, Vek32s order, Vek32s k)
+{
+    SortIntoRows((const T*)src.re, dst.re, order, k);
+    SortIntoRows((const T*)src.im, dst.im, order, k);
+}
+template <typename T> void SortIntoRows(Pairs<T> src, Pairs<T> dst, Vek32s order, Vek32s k)
+{
+    SortIntoRows((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, k);
+}
+
+template <typename T> bool IsApart(Split<T> a, Split<T> b) { return a.re != b.re && a.im != b.im; }
+template <typename T> bool IsApart(Pairs<T> a, Pairs<T> b) { return a.p != b.p; }
+
 template <bool inverse, typename T, typename Form>
 void ReversedVector(const FftSpec<T>& spec, Vek32s order, Vek32s level, Form data, T scale, T* work)
 {
@@ -317,6 +389,18 @@ void TransformVector(const FftSpec<T>& spec, Vek32s order, Form src, Form dst, T
     if (order <= kKernelOrder<T>) {
         FusedFirstStage<inverse>(src, work, (int64_t)1 << order, spec.bitReversal);
         FinishKernel<inverse>(order, work, dst, scale, (const T*)spec.kernelTwiddles);
+        return;
+    }
+    const Vek32s k = ColumnBits<T>(order);
+    if (order - k <= kKernelOrder<T> && IsApart(src, dst)) {
+        // The same butterflies as by the way below, with one pass of long runs in place of the reversal.
+        SortIntoRows(src, dst, order, k);
+        for (int64_t row = 0; row < (int64_t)1 << k; ++row) {
+            const Form data = dst.At(row << (order - k));
+            FusedFirstStage<inverse>(data, work, (int64_t)1 << (order - k), spec.bitReversal + TileCount<T>(order));
+            FinishKernel<inverse>(order - k, work, data, scale, (const T*)spec.kernelTwiddles);
+        }
+        TransformColumns<inverse>(spec, order, 0, dst, work);
         return;
     }
     ReverseTiles(src, dst, order, spec.bitReversal, work);
