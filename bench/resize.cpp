@@ -3,6 +3,8 @@
 // one 2x2 mean. Corners map to corners here, edges to edges there.
 #include "support.h"
 
+#include <memory>
+
 #include "uvek/geometry.h"
 
 #ifdef UVEK_HAVE_OPENCV
@@ -34,6 +36,40 @@ struct Scale {
 };
 constexpr Scale kScales[] = {{"up", 1.6}, {"down", 0.6}, {"half", 0.5}, {"third", 1.0 / 3}};
 
+// The images of the benchmark that runs: those of all of them at once would fill the memory.
+struct Pair {
+    Image<Vek8u> from, to;
+};
+
+Pair& PairOf(Size from, Size to, int channels)
+{
+    static std::unique_ptr<Pair> pair;
+    static std::string current;
+    const std::string wanted = from.name() + to.name() + std::to_string(channels);
+    if (current != wanted) {
+        pair.reset();
+        pair.reset(new Pair{{from, channels}, {to, channels}});
+        current = wanted;
+    }
+    return *pair;
+}
+
+// As the support's Register, with the images made ahead of the timing.
+template <typename Call>
+void RegisterPair(const std::string& operation, const std::string& peer, int tier, Size from, Size to, int channels, Call call)
+{
+    benchmark::RegisterBenchmark((operation + "/" + peer + "/" + from.name()).c_str(), [=](benchmark::State& state) {
+        Pair& pair = PairOf(from, to, channels);
+        if (tier >= 0)
+            UseTier(tier);
+        for (auto _ : state) {
+            call(pair.from, pair.to);
+            benchmark::ClobberMemory();
+        }
+        state.SetBytesProcessed(state.iterations() * (pair.from.bytes() + pair.to.bytes()));
+    });
+}
+
 const bool registered = [] {
 #ifdef UVEK_HAVE_OPENCV
     cv::setNumThreads(1);
@@ -48,17 +84,16 @@ const bool registered = [] {
                         continue;
                     const Size to = {(int)(size.width * scale.factor + 1e-7), (int)(size.height * scale.factor + 1e-7)};
                     const std::string operation = std::string("resize_") + method.name + "_" + scale.name + "_c" + std::to_string(channels);
-                    const auto src = std::make_shared<Image<Vek8u>>(size, channels), dst = std::make_shared<Image<Vek8u>>(to, channels);
-                    const int64_t bytes = src->bytes() + dst->bytes();
-                    RegisterTiers(operation, size.name(), bytes, [=] {
-                        const auto resize = channels == 1 ? vekiResize_8u_C1R : channels == 3 ? vekiResize_8u_C3R : vekiResize_8u_C4R;
-                        resize(src->data(), src->size(), src->step(), {0, 0, size.width, size.height}, dst->data(), dst->step(), dst->size(),
-                               scale.factor, scale.factor, method.code);
-                    });
+                    const auto resize = channels == 1 ? vekiResize_8u_C1R : channels == 3 ? vekiResize_8u_C3R : vekiResize_8u_C4R;
+                    for (int tier = 0; tier < 4; ++tier)
+                        RegisterPair(operation, "tier" + std::to_string(tier), tier, size, to, channels, [=](Image<Vek8u>& src, Image<Vek8u>& dst) {
+                            resize(src.data(), src.size(), src.step(), {0, 0, size.width, size.height}, dst.data(), dst.step(), dst.size(),
+                                   scale.factor, scale.factor, method.code);
+                        });
 #ifdef UVEK_HAVE_OPENCV
-                    Register(operation, "opencv", -1, size.name(), bytes, [=] {
-                        const cv::Mat from(size.height, size.width, CV_8UC(channels), src->data(), (size_t)src->step());
-                        cv::Mat result(to.height, to.width, CV_8UC(channels), dst->data(), (size_t)dst->step());
+                    RegisterPair(operation, "opencv", -1, size, to, channels, [=](Image<Vek8u>& src, Image<Vek8u>& dst) {
+                        const cv::Mat from(size.height, size.width, CV_8UC(channels), src.data(), (size_t)src.step());
+                        cv::Mat result(to.height, to.width, CV_8UC(channels), dst.data(), (size_t)dst.step());
                         cv::resize(from, result, result.size(), 0, 0, method.peer);
                     });
 #endif
