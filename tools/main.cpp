@@ -14,6 +14,7 @@ int main(int argc, char** argv)
     uvek::tool::AddJpeg(app, exitStatus);
     uvek::tool::AddGeometry(app, exitStatus);
     uvek::tool::AddFilter(app, exitStatus);
+    uvek::tool::AddFourier(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -10,6 +10,7 @@ namespace uvek::tool {
 enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
 
 void AddFilter(CLI::App& app, int& exitStatus);
+void AddFourier(CLI::App& app, int& exitStatus);
 void AddGeometry(CLI::App& app, int& exitStatus);
 void AddInfo(CLI::App& app, int& exitStatus);
 void AddColour(CLI::App& app, int& exitStatus);
