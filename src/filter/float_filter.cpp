@@ -57,43 +57,56 @@ void ConvertRow(const Vek8u* src, Vek32f* dst, int64_t samples)
 // The minimum keeps what is no number, which converts to the least integer.
 inline V RoundBlock(F v) { return Nearest32s(Min(SplatF(255), v)); }
 
-template <Order order>
-inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, VekImageSize kernel, Vek32s pixel)
+struct Sums {
+    F a, b, c, d;
+};
+
+inline void AddTap(Sums& s, const Vek32f* p, F coefficient)
 {
-    F s0 = ZeroF(), s1 = s0, s2 = s0, s3 = s0;
-    const Vek32f* k = ring.coefficients;
-    const Vek32f* row = ring.rows + oldest * ring.stride + x;
-    for (Vek32s m = 0, r = oldest; m < kernel.height; ++m) {
-        F t0 = s0, t1 = s1, t2 = s2, t3 = s3;
-        if constexpr (order == Order::ByRow)
-            t0 = t1 = t2 = t3 = ZeroF();
-        const Vek32f* p = row;
-        for (Vek32s n = 0; n < kernel.width; ++n, p += pixel, k += 4) {
-            const F c = LoadA(k);
-            t0 = Add(t0, Mul(LoadU(p), c));
-            t1 = Add(t1, Mul(LoadU(p + 4), c));
-            t2 = Add(t2, Mul(LoadU(p + 8), c));
-            t3 = Add(t3, Mul(LoadU(p + 12), c));
-        }
-        if constexpr (order == Order::ByRow) {
-            s0 = Add(s0, t0);
-            s1 = Add(s1, t1);
-            s2 = Add(s2, t2);
-            s3 = Add(s3, t3);
-        } else {
-            s0 = t0;
-            s1 = t1;
-            s2 = t2;
-            s3 = t3;
-        }
-        row = ++r == kernel.height ? ring.rows + x : row + ring.stride;
-        if (r == kernel.height)
-            r = 0;
-    }
-    StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s0), RoundBlock(s1)), Pack32sTo16s(RoundBlock(s2), RoundBlock(s3))));
+    s.a = Add(s.a, Mul(LoadU(p), coefficient));
+    s.b = Add(s.b, Mul(LoadU(p + 4), coefficient));
+    s.c = Add(s.c, Mul(LoadU(p + 8), coefficient));
+    s.d = Add(s.d, Mul(LoadU(p + 12), coefficient));
 }
 
-template <Order order>
+// width: that of the kernel, or 0 where it is not known beforehand.
+template <int width>
+inline void AddRow(Sums& s, const Vek32f* p, const Vek32f* k, Vek32s kernelWidth, Vek32s pixel)
+{
+    if constexpr (width > 0) {
+        AddTap(s, p, LoadA(k));
+        if constexpr (width > 1)
+            AddRow<width - 1>(s, p + pixel, k + 4, kernelWidth, pixel);
+    } else {
+        for (Vek32s n = 0; n < kernelWidth; ++n)
+            AddTap(s, p + (int64_t)n * pixel, LoadA(k + 4 * (int64_t)n));
+    }
+}
+
+template <Order order, int width>
+inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, VekImageSize kernel, Vek32s pixel)
+{
+    Sums s = {ZeroF(), ZeroF(), ZeroF(), ZeroF()};
+    const Vek32f* k = ring.coefficients;
+    const Vek32f* row = ring.rows + oldest * ring.stride + x;
+    for (Vek32s m = 0, r = oldest; m < kernel.height; ++m, k += 4 * (int64_t)kernel.width) {
+        if constexpr (order == Order::ByRow) {
+            Sums t = {ZeroF(), ZeroF(), ZeroF(), ZeroF()};
+            AddRow<width>(t, row, k, kernel.width, pixel);
+            s = {Add(s.a, t.a), Add(s.b, t.b), Add(s.c, t.c), Add(s.d, t.d)};
+        } else {
+            AddRow<width>(s, row, k, kernel.width, pixel);
+        }
+        row += ring.stride;
+        if (++r == kernel.height) {
+            r = 0;
+            row = ring.rows + x;
+        }
+    }
+    StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s.a), RoundBlock(s.b)), Pack32sTo16s(RoundBlock(s.c), RoundBlock(s.d))));
+}
+
+template <Order order, int width>
 void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
                   const Ring& ring, VekImageSize kernel)
 {
@@ -107,7 +120,7 @@ void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t 
         Vek8u* dst = Row(pDst, dstStep, y);
         for (int64_t i = 0; i < samples; i += 16) {
             const int64_t x = Min(i, samples - 16);
-            FilterBlock<order>(ring, oldest, x, dst + x, kernel, source.pixel);
+            FilterBlock<order, width>(ring, oldest, x, dst + x, kernel, source.pixel);
         }
         oldest = oldest + 1 == kernel.height ? 0 : oldest + 1;
     }
@@ -125,7 +138,11 @@ bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t sam
         return false;
     for (int64_t i = 0; i < taps; ++i)
         StoreA(scratch + 4 * i, SplatF(Get(pKernel + (taps - 1 - i))));
-    FilterBlocks<order>(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel);
+    const auto filter = kernel.width == 3 ? FilterBlocks<order, 3>
+        : kernel.width == 5 ? FilterBlocks<order, 5>
+        : kernel.width == 7 ? FilterBlocks<order, 7>
+        : FilterBlocks<order, 0>;
+    filter(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel);
     ReleaseBlock(scratch);
     return true;
 }

@@ -1,4 +1,4 @@
-// The window maximum. Blocks do it in passes whose number does not depend on the mask: a row's maxima
+// The window maximum. Blocks do large masks in passes whose number does not depend on the mask: a row's maxima
 // of up to 16 samples by doubling, those of longer runs and those of columns by the two-sided scan of
 // van Herk (1992) and Gil and Werman (1993).
 #include "filter/copy_region.h"
@@ -52,7 +52,56 @@ bool MaxScalar(const Window& w, Vek8u* dst, Vek32s dstStep)
     return true;
 }
 
-// ---- Tiers 1 to 3 ----
+// ---- Small masks: every sample of the window is loaded ----
+
+constexpr Vek32s kSmall = 8;
+
+template <int maskWidth>
+inline V RowMaximum(const Vek8u* p)
+{
+    V largest = LoadU(p);
+    for (int n = 1; n < maskWidth; ++n)
+        largest = Max8u(largest, LoadU(p + n));
+    return largest;
+}
+
+// A destination row in blocks; `kept` earlier rows' maxima stand in the ring, `oldest` makes way.
+template <int maskWidth>
+void SmallMaskRow(const Vek8u* newest, Vek8u* dst, Vek32s width, V* ring, Vek32s kept, Vek32s oldest)
+{
+    const Vek32s blocks = (width - 1) / 16 + 1;
+    for (Vek32s i = 0; i < blocks; ++i) {
+        const Vek32s x = Min(16 * i, width - 16);
+        const V here = RowMaximum<maskWidth>(newest + x);
+        V largest = here;
+        for (Vek32s r = 0; r < kept; ++r)
+            largest = Max8u(largest, ring[(int64_t)r * blocks + i]);
+        ring[(int64_t)oldest * blocks + i] = here;
+        if (dst)
+            StoreU(dst + x, largest);
+    }
+}
+
+bool MaxOfSmallMask(const Window& w, Vek8u* dst, Vek32s dstStep)
+{
+    constexpr decltype(&SmallMaskRow<1>) rows[kSmall] = {SmallMaskRow<1>, SmallMaskRow<2>, SmallMaskRow<3>, SmallMaskRow<4>,
+                                                         SmallMaskRow<5>, SmallMaskRow<6>, SmallMaskRow<7>, SmallMaskRow<8>};
+    const auto row = rows[w.mask.width - 1];
+    const Vek32s kept = w.mask.height - 1;
+    auto* ring = (V*)AllocateBlock(((int64_t)w.size.width + 15) / 16 * Max(kept, 1) * (int64_t)sizeof(V));
+    if (!ring)
+        return false;
+    for (Vek32s m = 0; m < kept; ++m)
+        row(Row(w.src, w.srcStep, m), nullptr, w.size.width, ring, 0, m);
+    for (Vek32s y = 0, oldest = 0; y < w.size.height; ++y) {
+        row(Offset(w.src, ((int64_t)y + kept) * w.srcStep), Row(dst, dstStep, y), w.size.width, ring, kept, oldest);
+        oldest = oldest + 1 >= kept ? 0 : oldest + 1;
+    }
+    ReleaseBlock(ring);
+    return true;
+}
+
+// ---- Any mask ----
 
 // a[x] = max(a[x], a[x + distance]), from left to right: nothing is read that was written.
 void Widen(Vek8u* a, int64_t distance, int64_t bytes)
@@ -184,7 +233,8 @@ VekStatus vekiFilterMax_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, V
         return StatusOk;
     }
     const Window w = {Offset(pSrc, -(int64_t)anchor.y * srcStep - anchor.x), srcStep, dstRoiSize, maskSize};
-    const bool done = kBlocks ? MaxBlocks(w, pDst, dstStep) : MaxScalar(w, pDst, dstStep);
+    const bool small = maskSize.width <= kSmall && maskSize.height <= kSmall && dstRoiSize.width >= 16;
+    const bool done = !kBlocks ? MaxScalar(w, pDst, dstStep) : small ? MaxOfSmallMask(w, pDst, dstStep) : MaxBlocks(w, pDst, dstStep);
     return done ? StatusOk : StatusNoMemory;
 }
 
