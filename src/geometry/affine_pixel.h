@@ -39,7 +39,8 @@ T ToSample(Vek64f rounded)
         return Saturate16u((Vek32s)rounded);
 }
 
-// A sample before the one at or past the last counts fully to its neighbour's side.
+// The sample before a position, and how far the position is on the way to the next one. The last
+// sample is all the way from the last but one.
 struct Tap {
     Vek32s index;
     Vek64f fraction;

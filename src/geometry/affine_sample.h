@@ -2,6 +2,7 @@
 #ifndef UVEK_GEOMETRY_AFFINE_SAMPLE_H
 #define UVEK_GEOMETRY_AFFINE_SAMPLE_H
 
+#include "geometry/affine_cubic8.h"
 #include "geometry/affine_linear8.h"
 #include "geometry/affine_pixel.h"
 
@@ -15,6 +16,8 @@ void SampleSpan(const SourceImage& source, Walk& walk, Vek8u* pDst, Vek32s count
     Vek32s i = 0;
     if constexpr (kBlocks && code == InterLinear && sizeof(T) == 1)
         i = SampleLinearBlocks<channels>(source, walk, pDst, count);
+    else if constexpr (kBlocks && code == InterCubic && sizeof(T) == 1)
+        i = SampleCubicBlocks<channels>(source, walk, pDst, count);
     for (; i < count; ++i) {
         const D position = walk.Next();
         SamplePixel<T, channels, code>(source, LowD(position), HighD(position), (T*)pDst + (int64_t)i * channels);
