@@ -68,6 +68,46 @@ VekStatus vekiPyramidLayerDown_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, VekImag
 /* Returns StatusNullPointer, StatusOk. */
 VekStatus vekiPyramidLayerDownFree_8u_C1R(VekPyramidLayerState* pState);
 
+/* ---- Optical flow ---- */
+
+/* The tracker's window size and its memory. */
+typedef struct VekOpticalFlowState {
+    Vek32s width;          /* a level below this width and height has its gradients computed as a whole */
+    Vek32s height;
+    Vek32s bufferCount;    /* 1 */
+    Vek32s reserved;       /* 1 */
+    Vek32s hint;           /* kept, without effect */
+    Vek32s winSize;        /* side of the window in samples */
+    void* buffer;          /* windows and gradients, the library's to write */
+} VekOpticalFlowState;
+
+/* Makes a tracker of windows of winSize by winSize samples. roiSize: levels smaller than this in width and height
+   have their gradients computed once for all points, larger ones around each point; memory grows with it.
+   *ppState is set on success only and goes back by vekiOpticalFlowPyrLKFree_8u_C1R.
+   Returns StatusNullPointer, StatusBadSize (winSize or roiSize below 1), StatusNoMemory, StatusOk. */
+VekStatus vekiOpticalFlowPyrLKInitAlloc_8u_C1R(VekOpticalFlowState** ppState, VekImageSize roiSize, Vek32s winSize, Vek32s hint);
+
+/* Finds points of one image in another, by Lucas and Kanade's method from level maxLev down to the base.
+   pPyr1, pPyr2: pyramids of equal shape with the caller's images and steps; maxLev is at most their numLevels, which
+   is not checked. pPrev: numFeat points (x, y) of the first image, in pixels of the base. pNext: on entry where to
+   start looking, a copy of pPrev if nothing is known; on return the positions found. pStatus: 0 for a point
+   that was followed down to the base; k + 1 for one that was lost at level k, whose pNext is the last estimate.
+   A point is lost where its window lies outside the one or the other image, or has no texture to follow. pError: root of the
+   mean squared difference of the two windows in grey levels, of the last level reached; 0 where they do not overlap.
+   winSize: that of the state. maxIter: steps at each level, at least 1; running out of them loses no
+   point. threshold: pixels of the level, at least 0; a step shorter than that ends the level, as does one that takes
+   back the step before. Sums use the positions of a window whose four pixels all lie inside. pNext, pStatus
+   and pError must not overlap what else is read. A state holds buffers: one call at a time. All tiers agree.
+   Returns StatusNullPointer, StatusBadSize (numFeat, winSize), StatusBadRange (maxLev, maxIter, threshold), and, after
+   points have been written, StatusBadSize or StatusBadStep (a level's size below 1, its step below its width);
+   StatusOk. */
+VekStatus vekiOpticalFlowPyrLK_8u_C1R(const VekPyramidState* pPyr1, const VekPyramidState* pPyr2, const Vek32f* pPrev, Vek32f* pNext,
+                                      Vek8s* pStatus, Vek32f* pError, Vek32s numFeat, Vek32s winSize, Vek32s maxLev, Vek32s maxIter,
+                                      Vek32f threshold, VekOpticalFlowState* pState);
+
+/* Returns StatusNullPointer, StatusOk. */
+VekStatus vekiOpticalFlowPyrLKFree_8u_C1R(VekOpticalFlowState* pState);
+
 UVEK_END
 
 #endif
