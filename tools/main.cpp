@@ -15,6 +15,7 @@ int main(int argc, char** argv)
     uvek::tool::AddGeometry(app, exitStatus);
     uvek::tool::AddFilter(app, exitStatus);
     uvek::tool::AddFourier(app, exitStatus);
+    uvek::tool::AddVision(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

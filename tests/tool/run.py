@@ -121,5 +121,74 @@ class ToolTest(unittest.TestCase):
         self.expect(0, "colour", "hsv", ppm, self.path / "a.png")
         self.expect(1, "colour", "420", PHOTOGRAPH, back, "--size", "9000x9000")
 
+    def picture(self):
+        """The photograph's middle as a PPM of 256 by 192 pixels, and its rows."""
+        whole, part = self.path / "whole.ppm", self.path / "part.ppm"
+        self.expect(0, "jpeg", "decode", PHOTOGRAPH, whole)
+        data = whole.read_bytes()[len(b"P6\n1024 768\n255\n"):]
+        rows = [data[(y * 1024 + 400) * 3:(y * 1024 + 656) * 3] for y in range(220, 412)]
+        part.write_bytes(b"P6\n256 192\n255\n" + b"".join(rows))
+        return part, data
+
+    def test_geometry(self):
+        part, _ = self.picture()
+        out = self.path / "out.ppm"
+        for interpolation in ("nearest", "linear", "cubic", "lanczos", "super"):
+            self.expect(0, "resize", part, out, "--size", "100x75", "--interpolation", interpolation)
+            self.assertTrue(out.read_bytes().startswith(b"P6\n100 75\n"))
+        self.expect(0, "resize", part, out, "--factor", "2.5")
+        self.assertTrue(out.read_bytes().startswith(b"P6\n640 480\n"))
+        turned = part
+        for i in range(4):
+            self.expect(0, "rotate", turned, self.path / f"turn{i}.ppm", "--angle", 90)
+            turned = self.path / f"turn{i}.ppm"
+        self.assertEqual(part.read_bytes(), turned.read_bytes())
+        for form in ([], ["--bilinear"]):
+            self.expect(0, "warp", part, out, "--corners", 0, 0, 255, 0, 255, 191, 0, 191, "--interpolation", "nearest", *form)
+            self.assertEqual(part.read_bytes(), out.read_bytes())
+        self.expect(1, "warp", part, out, "--corners", 0, 0, 9, 9, 0, 9, 9, 0)
+        self.expect(1, "resize", part, out)
+
+    def test_filters_and_statistics(self):
+        part, _ = self.picture()
+        out = self.path / "out.ppm"
+        self.expect(0, "filter", "kernel", part, out, "--kernel", 0, 0, 0, 0, 1, 0, 0, 0, 0)
+        self.assertEqual(part.read_bytes(), out.read_bytes())
+        for name in ("gauss", "hipass", "sobel", "box", "max", "median", "erode", "dilate"):
+            self.expect(0, "filter", name, part, out)
+            self.assertEqual(part.stat().st_size, out.stat().st_size)
+        self.expect(0, "filter", "box", part, out, "--size", 101)
+        self.expect(1, "filter", "gauss", part, out, "--size", 7)
+        samples = part.read_bytes()[len(b"P6\n256 192\n255\n"):]
+        text = self.expect(0, "stats", part).stdout
+        self.assertIn(f"mean {sum(samples[1::3]) / (256 * 192):7.3f}", text)
+        self.assertIn(f"from {min(samples[2::3]):3d} to {max(samples[2::3]):3d}", text)
+
+    def test_transforms_and_noise(self):
+        part, _ = self.picture()
+        point, out, again = self.path / "point.pgm", self.path / "out.ppm", self.path / "again.ppm"
+        point.write_bytes(b"P5\n5 5\n255\n" + bytes(12) + b"\xff" + bytes(12))
+        self.expect(0, "convolve", part, point, out)
+        self.assertEqual(part.read_bytes(), out.read_bytes())
+        self.expect(0, "spectrum", part, self.path / "out.pgm")
+        spectrum = (self.path / "out.pgm").read_bytes()[len(b"P5\n256 192\n255\n"):]
+        self.assertEqual(max(spectrum), spectrum[96 * 256 + 128])
+        self.expect(0, "noise", part, out, "--seed", 5)
+        self.expect(0, "noise", part, again, "--seed", 5)
+        self.assertEqual(out.read_bytes(), again.read_bytes())
+        self.assertNotEqual(part.read_bytes(), out.read_bytes())
+
+    def test_points_are_tracked(self):
+        part, data = self.picture()
+        moved, out = self.path / "moved.ppm", self.path / "out.png"
+        rows = [data[(y * 1024 + 405) * 3:(y * 1024 + 661) * 3] for y in range(217, 409)]
+        moved.write_bytes(b"P6\n256 192\n255\n" + b"".join(rows))
+        lines = self.expect(0, "track", part, moved, out, "--points", 60).stdout.splitlines()[1:]
+        moves = [tuple(map(float, line.split()[2:4])) for line in lines if "lost" not in line]
+        self.assertGreater(len(moves), 40)
+        good = [move for move in moves if abs(move[0] + 5) < 0.05 and abs(move[1] - 3) < 0.05]
+        self.assertGreater(len(good), 0.9 * len(moves), lines)
+        self.expect(0, "pyramid", part, out)
+
 
 unittest.main(argv=sys.argv[:1], verbosity=1)

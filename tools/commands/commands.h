@@ -15,6 +15,7 @@ void AddGeometry(CLI::App& app, int& exitStatus);
 void AddInfo(CLI::App& app, int& exitStatus);
 void AddColour(CLI::App& app, int& exitStatus);
 void AddJpeg(CLI::App& app, int& exitStatus);
+void AddVision(CLI::App& app, int& exitStatus);
 
 }  // namespace uvek::tool
 
