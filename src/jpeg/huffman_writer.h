@@ -134,10 +134,10 @@ public:
     static constexpr Vek32s kMaxValueSize = 11;
 
     // A baseline block is 64 values, each a code and bits of up to 16, up to 3 codes for zeros, one for
-    // its end, and what was pending. A progressive one may bring two runs of blocks with it, and the 1000
-    // bits that wait for them.
+    // its end, and what was pending. A progressive one may bring two runs of blocks with it, and all the
+    // correction bits that a state can hold.
     static constexpr Vek32s kBlockBytes = 64 * (2 + 2) + 4 * 2 + 1;
-    static constexpr Vek32s kScanBytes = kBlockBytes + 2 * 4 + 1000 / 8;
+    static constexpr Vek32s kScanBytes = kBlockBytes + 2 * 4 + sizeof(EncodeHuffmanState::correctionBits) / 8;
     // Every byte stuffed, and what Save rewrites behind them.
     static constexpr Vek32s kBlockRoom = 2 * kBlockBytes + 16;
     static constexpr Vek32s kScanRoom = 2 * kScanBytes + 16;
