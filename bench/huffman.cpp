@@ -16,8 +16,6 @@ namespace {
 
 using namespace uvek::test;
 
-Bytes Recompress(const Bytes& bytes, int quality, bool progressive);
-
 // The tree's photograph where there is one, else a picture of waves and noise.
 Bytes Photograph()
 {
@@ -124,36 +122,61 @@ void EncodeAll(Sample& s)
     }
 }
 
+void ReadOnly(const Bytes& bytes)
+{
+    jpeg_decompress_struct d;
+    jpeg_error_mgr errors;
+    d.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&d);
+    jpeg_mem_src(&d, bytes.data(), (unsigned long)bytes.size());
+    jpeg_read_header(&d, TRUE);
+    jpeg_read_coefficients(&d);
+    jpeg_destroy_decompress(&d);
+}
+
+void RegisterFile(const Bytes& photograph, int quality, bool progressive)
+{
+    auto sample = std::make_shared<Sample>();
+    sample->file = ParseJpeg(Recompress(photograph, quality, progressive));
+    sample->coefficients = EmptyCoefficients(sample->file);
+    sample->scans.resize(sample->file.scans.size());
+    DecodeAll(*sample);
+    if (sample->coefficients != ReadWithLibjpeg(sample->file))
+        std::abort();
+    const int64_t bytes = (int64_t)sample->file.bytes.size();
+    const std::string name = (progressive ? "progressive_quality" : "baseline_quality") + std::to_string(quality);
+    RegisterTiers("jpeg_decode_huffman", name, bytes, [=] { DecodeAll(*sample); });
+    Register("jpeg_decode_huffman", "libjpeg", -1, name, bytes, [=] { ReadOnly(sample->file.bytes); });
+    RegisterTiers("jpeg_encode_huffman", name, bytes, [=] { EncodeAll(*sample); });
+    // Ten files from one set of arrays, as reading them is part of the call. Of progressive files libjpeg
+    // makes the tables as well, which is another job.
+    if (!progressive)
+        Register("jpeg_encode_huffman_x10_with_read", "libjpeg", -1, name, 10 * bytes, [=] { WriteWithLibjpeg(sample->file.bytes, 10); });
+}
+
 bool RegisterAll()
 {
     // Pages that go back to the system at each free would count against the peer.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     const Bytes photograph = Photograph();
-    for (const int quality : {50, 75, 90, 100}) {
-        auto sample = std::make_shared<Sample>();
-        sample->file = ParseJpeg(Recompress(photograph, quality, false));
-        sample->coefficients = EmptyCoefficients(sample->file);
-        sample->scans.resize(sample->file.scans.size());
-        DecodeAll(*sample);
-        if (sample->coefficients != ReadWithLibjpeg(sample->file))
-            std::abort();
-        const int64_t bytes = (int64_t)sample->file.bytes.size();
-        const std::string name = "baseline_quality" + std::to_string(quality);
-        RegisterTiers("jpeg_decode_huffman", name, bytes, [=] { DecodeAll(*sample); });
-        Register("jpeg_decode_huffman", "libjpeg", -1, name, bytes, [=] {
-            jpeg_decompress_struct d;
-            jpeg_error_mgr errors;
-            d.err = jpeg_std_error(&errors);
-            jpeg_create_decompress(&d);
-            jpeg_mem_src(&d, sample->file.bytes.data(), (unsigned long)sample->file.bytes.size());
-            jpeg_read_header(&d, TRUE);
-            jpeg_read_coefficients(&d);
-            jpeg_destroy_decompress(&d);
+    for (const int quality : {50, 75, 90, 100})
+        RegisterFile(photograph, quality, false);
+    for (const int quality : {75, 90})
+        RegisterFile(photograph, quality, true);
+
+    constexpr Vek32s kWidth = 4096;
+    for (int predictor = 1; predictor <= 7; ++predictor) {
+        auto rows = std::make_shared<std::vector<Vek16s>>(3 * kWidth);
+        for (size_t i = 0; i < rows->size(); ++i)
+            (*rows)[i] = (Vek16s)(i * i / 77);
+        const std::string name = "predictor" + std::to_string(predictor);
+        RegisterTiers("jpeg_lossless_difference", name, kWidth * 2, [=] {
+            vekiDiffPredRow_JPEG_16s_C1(rows->data(), rows->data() + kWidth, rows->data() + 2 * kWidth, kWidth, predictor);
         });
-        RegisterTiers("jpeg_encode_huffman", name, bytes, [=] { EncodeAll(*sample); });
-        // Ten files from one set of arrays, as reading them is part of the call.
-        Register("jpeg_encode_huffman_x10_with_read", "libjpeg", -1, name, 10 * bytes, [=] { WriteWithLibjpeg(sample->file.bytes, 10); });
+        RegisterTiers("jpeg_lossless_reconstruct", name, kWidth * 2, [=] {
+            vekiReconstructPredRow_JPEG_16s_C1(rows->data(), rows->data() + kWidth, rows->data() + 2 * kWidth, kWidth, predictor);
+        });
     }
     return true;
 }

@@ -214,6 +214,11 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
     EXPECT_EQ(882, many.correctionCount());
     ASSERT_EQ(StatusBadHuffmanTable, many.Refine(rich));  // a run of 15 has no code here
     EXPECT_EQ(945, many.correctionCount());
+    // Whoever goes on after that meets the end of the state's own buffer, not what lies behind it.
+    ASSERT_EQ(StatusBadHuffmanTable, many.Refine(rich));
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(StatusBadCoderState, many.Refine(rich));
+    EXPECT_EQ(1008, many.correctionCount());
     const HuffmanLists withRuns = CodesOfLength(4, {0x00, 0x10, 0x20, 0x30});
     Encoder ready(withRuns, 3000);
     for (int i = 0; i < 15; ++i)

@@ -201,8 +201,10 @@ VekStatus vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const Vek8u* pSrc, Vek32s 
 /* Encoders: StatusNullPointer (pDst), StatusBadSize (dstLenBytes below 1), StatusNullPointer
    (pDstCurrPos, state, in AC scans the table), then the flush; StatusNullPointer (pSrc, pLastDC),
    StatusBadRange (Al, Ss, Se), StatusNullPointer (the DC table), then the statuses of encoding, and
-   StatusBitstreamEnd for a value of more than 11 bits. The flush of ACFirst returns the status of the
-   padding alone; that of ACRefine the padding's unless it is StatusOk, else that of what came before. */
+   StatusBitstreamEnd for a value of more than 11 bits; StatusBadCoderState from ACRefine when failed
+   calls have left more correction bits than a block may add to. The flush of ACFirst returns the status
+   of the padding alone; that of ACRefine the padding's unless it is StatusOk, else that of what came
+   before. */
 VekStatus vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pDst, Vek32s dstLenBytes, Vek32s* pDstCurrPos,
                                                      Vek16s* pLastDC, Vek32s Al, const EncodeHuffmanSpec* pDcTable,
                                                      EncodeHuffmanState* pEncHuffState, Vek32s bFlushState);

@@ -90,7 +90,7 @@ VekStatus vekiEncodeHuffman8x8_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pDst, Ve
     const Vek16s dc = Get(pSrc);
     const Vek32s difference = dc - Get(pLastDC);
     Put(pLastDC, dc);
-    if (!kBlocks || dstLenBytes - (int64_t)Get(pDstCurrPos) < FastHuffmanWriter::kRoom)
+    if (!kBlocks || dstLenBytes - (int64_t)Get(pDstCurrPos) < FastHuffmanWriter::kBlockRoom)
         return EncodeBlockCarefully(HuffmanWriter(pDst, dstLenBytes, pDstCurrPos, pEncHuffState), pSrc, difference, *pDcTable,
                                     *pAcTable);
     return EncodeBlockFast({pDst, pDstCurrPos, pEncHuffState}, pSrc, difference, *pDcTable, *pAcTable);

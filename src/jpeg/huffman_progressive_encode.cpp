@@ -21,7 +21,7 @@ template <Scan scan>
 VekStatus EncodeAc(const Vek16s* pSrc, Vek8u* pDst, Vek32s dstLenBytes, Vek32s* pDstCurrPos, Vek32s Ss, Vek32s Se, Vek32s Al,
                    const EncodeHuffmanSpec& table, EncodeHuffmanState* pEncHuffState)
 {
-    if (!kBlocks || dstLenBytes - (int64_t)Get(pDstCurrPos) < FastHuffmanWriter::kRoom) {
+    if (!kBlocks || dstLenBytes - (int64_t)Get(pDstCurrPos) < FastHuffmanWriter::kScanRoom) {
         HuffmanWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
         return CodeAc<scan>(writer, table, pSrc, Ss, Se, Al, pEncHuffState);
     }

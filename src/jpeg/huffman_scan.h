@@ -102,6 +102,11 @@ VEK_HOT VekStatus CodeAcRefine(Writer& writer, const EncodeHuffmanSpec& table, c
     const uint64_t one = sets.one & band;
     const Vek32s lastNew = one != 0 ? 63 - __builtin_clzll(one) : 0;
 
+    // Only after calls that failed and were gone on with can there be more than a block may add to.
+    constexpr Vek32s kRoom = sizeof state->correctionBits - (kBlockSize - 1);
+    if (state->correctionCount > kRoom)
+        return StatusBadCoderState;
+
     VekStatus status = StatusOk;
     Vek8u* bits = state->correctionBits + state->correctionCount;
     Vek32s bitCount = 0, run = 0, next = first;

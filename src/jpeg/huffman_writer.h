@@ -126,21 +126,24 @@ private:
 // From 16 - n on: a mask of n bytes.
 constexpr Vek8u kFirstBytes[32] = {255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
 
-// The writer for calls that cannot run out of room: the caller has seen that kRoom bytes are left. Its
-// bytes go to a buffer of its own, with no branch on their number, and from there to the destination.
-// It leaves what the other writer would have left.
+// The writer for calls that cannot run out of room: the caller has seen that kBlockRoom or kScanRoom
+// bytes are left. What it writes goes to a buffer of its own, with no branch on the number of bytes, and
+// from there to the destination. It leaves what the other writer would have left.
 class FastHuffmanWriter {
 public:
     static constexpr Vek32s kMaxValueSize = 11;
 
-    // 64 values, each a code and bits of up to 16, up to 3 codes for zeros, one for the end, what was
-    // pending; or in progressive scans, two runs of blocks with the 1000 bits that may wait for them.
-    static constexpr Vek32s kMaxBytes = 64 * (2 + 2) + 2 * (4 + 125);
+    // A baseline block is 64 values, each a code and bits of up to 16, up to 3 codes for zeros, one for
+    // its end, and what was pending. A progressive one may bring two runs of blocks with it, and all the
+    // correction bits that a state can hold.
+    static constexpr Vek32s kBlockBytes = 64 * (2 + 2) + 4 * 2 + 1;
+    static constexpr Vek32s kScanBytes = kBlockBytes + 2 * 4 + sizeof(EncodeHuffmanState::correctionBits) / 8;
     // Every byte stuffed, and what Save rewrites behind them.
-    static constexpr Vek32s kRoom = 2 * kMaxBytes + 16;
+    static constexpr Vek32s kBlockRoom = 2 * kBlockBytes + 16;
+    static constexpr Vek32s kScanRoom = 2 * kScanBytes + 16;
 
     struct Buffer {
-        Vek8u bytes[kMaxBytes + 16];
+        Vek8u bytes[kScanBytes + 16];
     };
 
     VEK_HOT FastHuffmanWriter(Buffer& buffer, const EncodeHuffmanState* state)
