@@ -77,15 +77,18 @@ struct Tracks {
     }
 };
 
-// A texture that is known between its pixels too: waves of 16 to 160 pixels in all directions, so that the coarsest level has some left.
+// A texture that is known between its pixels too: waves in all directions, half of them of 8 to 20 pixels for the base, half
+// of 25 to 150 for the coarser levels.
 class Texture {
 public:
     explicit Texture(uint32_t seed)
     {
         std::mt19937 random(seed);
         std::uniform_real_distribution<double> uniform(0, 1);
+        bool fine = false;
         for (Wave& w : waves_) {
-            const double length = 16 * std::pow(10, uniform(random)), angle = 6.2831853 * uniform(random);
+            fine = !fine;
+            const double length = fine ? 8 * std::pow(2.5, uniform(random)) : 25 * std::pow(6, uniform(random)), angle = 6.2831853 * uniform(random);
             w = {6.2831853 / length * std::cos(angle), 6.2831853 / length * std::sin(angle), 6.2831853 * uniform(random)};
         }
     }
@@ -129,7 +132,7 @@ TEST_P(VisionFlowTest, FollowsShiftsOfUpToTwentyPixels)
                 ASSERT_EQ(0, tracks.status[i]) << i << " seed " << Seed();
                 ASSERT_NEAR(grid[2 * i] + shift.x, tracks.next[2 * i], 0.05) << i << " roi " << roi.width << " seed " << Seed();
                 ASSERT_NEAR(grid[2 * i + 1] + shift.y, tracks.next[2 * i + 1], 0.05) << i << " roi " << roi.width << " seed " << Seed();
-                ASSERT_LT(tracks.error[i], 2);
+                ASSERT_LT(tracks.error[i], 4);
             }
         }
     }
