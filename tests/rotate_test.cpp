@@ -184,7 +184,7 @@ TEST_P(RotateTest, SmoothEdgesFadeByTheirDistanceToTheEdge)
     ASSERT_EQ(StatusOk, vekiRotate_8u_C1R(src.data(), src.size(), src.step(), all, plain.data(), plain.step(), all, angle, xShift, yShift, InterNearest));
     ASSERT_EQ(StatusOk, vekiRotate_8u_C1R(src.data(), src.size(), src.step(), all, smooth.data(), smooth.step(), all, angle, xShift, yShift, InterNearest | SmoothEdgeFlag));
     int faded = 0;
-    const double c = std::cos(angle * M_PI / 180);
+    const double c = std::cos(angle * 3.14159265358979324 / 180);
     for (int y = 0; y < 70; ++y)
         for (int x = 0; x < 70; ++x) {
             if (plain.at(x, y)) {
