@@ -188,7 +188,7 @@ TEST_P(WarpTest, PositionsFarOffReadNothingOutside)
     std::mt19937 random(Seed());
     std::uniform_real_distribution<double> any(-1, 1);
     int ran = 0;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 6000; ++round) {
         const double tiny = std::pow(10, -(double)(random() % 18)), huge = std::pow(10, (double)(random() % 8));
         const Pixels src = Random({2 + (Vek32s)(random() % 9), 2 + (Vek32s)(random() % 9)}, random);
         Pixels dst(Shape{12, 12, 0, false, round & 1 ? Flush::Start : Flush::End, 0});
@@ -204,7 +204,7 @@ TEST_P(WarpTest, PositionsFarOffReadNothingOutside)
         ran += p.Warp(src, all, dst, to, code) == StatusOk;
         ASSERT_TRUE(src.IsSlackIntact() && dst.IsSlackIntact()) << round << " seed " << Seed();
     }
-    EXPECT_GT(ran, 500);
+    EXPECT_GT(ran, 150);
 }
 
 TEST_P(WarpTest, BadCallsGiveTheirStatusAndWriteNothing)

@@ -67,7 +67,7 @@ inline bool FitsBlocks(const SourceImage& s, int channels)
     return s.width <= kMostFixedPoint && s.height <= kMostFixedPoint && s.step * s.height + (int64_t)s.width * channels <= 0x7fffffff;
 }
 
-// Samples whole blocks by kernel(origin, step, offset, block, dst), not 0 where one is in doubt; returns the
+// Samples whole blocks by kernel(origin, step, offset, block, dst), which is not 0 where one is in doubt; returns the
 // number of pixels. The kernel's taps reach `before` pixels to the left and up, `behind` to the right
 // and down of a position's own.
 template <int channels, int code, int before, int behind, class Walk, typename Kernel>

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "support/guarded.h"
