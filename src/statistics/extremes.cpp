@@ -38,8 +38,8 @@ struct BlockExtremes {
     void TakeRow(const Vek8u* row, Vek32s width)
     {
         V a = low[0], b = low[1], c = low[2], x = high[0], y = high[1], z = high[2];
-        for (Vek32s i = 0; i < width; i += 16) {
-            const Vek8u* p = row + (int64_t)Min(i, width - 16) * kChannels;
+        for (int64_t i = 0; i < width; i += 16) {
+            const Vek8u* p = row + Min(i, (int64_t)width - 16) * kChannels;
             const V u = LoadU(p), v = LoadU(p + 16), w = LoadU(p + 32);
             a = Min8u(a, u);
             b = Min8u(b, v);

@@ -86,7 +86,7 @@ VekStatus vekiHistogramRange_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, VekImageS
     if (!pSrc || !pHist || !pLevels || !nLevels)     return StatusNullPointer;
     for (int c = 0; c < kChannels; ++c) {
         if (!pHist[c] || !pLevels[c])                return StatusNullPointer;
-        if (nLevels[c] < 2)                          return StatusBadHistogramLevels;
+        if (Get(nLevels + c) < 2)                    return StatusBadHistogramLevels;
     }
     if (roiSize.width < 1 || roiSize.height < 1)     return StatusBadSize;
     if (srcStep < 1)                                 return StatusBadStep;
@@ -95,7 +95,7 @@ VekStatus vekiHistogramRange_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, VekImageS
     for (Vek32s y = 0; y < roiSize.height; ++y)
         CountPixels(Row(pSrc, srcStep, y), roiSize.width, counters);
     for (int c = 0; c < kChannels; ++c)
-        StoreBins(counters + 2 * c, 2, pHist[c], pLevels[c], nLevels[c]);
+        StoreBins(counters + 2 * c, 2, pHist[c], pLevels[c], Get(nLevels + c));
     return StatusOk;
 }
 

@@ -87,12 +87,6 @@ void CheckWindow(const Border& border, Run&& run, Expected&& expected, Vek32s sa
     });
 }
 
-// A row of a bad-call table: what is wrong, and the status that it has to give.
-struct BadCall {
-    const char* fault;
-    VekStatus status;
-};
-
 }  // namespace uvek::test
 
 #endif
