@@ -38,8 +38,7 @@ VekStatus Morphology(Vek8u* pSrcDst, Vek32s srcDstStep, VekImageSize size)
     if (size.width < 1 || size.height < 1)       return StatusBadSize;
     if (srcDstStep < (int64_t)size.width + 2)    return StatusStepTooSmall;
 
-    // A strip's result would be the next strip's left border.
-    return Sweep<Neighbourhood3<Pick>, 3, kNoStrips>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, size);
+    return Sweep<Neighbourhood3<Pick>, 3>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, size);
 }
 
 }  // namespace

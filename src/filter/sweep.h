@@ -9,7 +9,7 @@
 //   StoreBlock(const BlockRow&.., const Src* centre, Dst*)
 //
 // A row is written when its own and the next row's results are in the ring, so that a kernel that does
-// not look at `centre` may work in place, if its strips are as wide as the image.
+// not look at `centre` may work in place.
 #ifndef UVEK_FILTER_SWEEP_H
 #define UVEK_FILTER_SWEEP_H
 
@@ -36,9 +36,6 @@ inline void StoreSaturated(Vek8u* p, WordPair v)
     const V halves = Pack16sTo8u(v.even, v.odd);
     StoreU(p, UnpackLow8(halves, BytesDown<8>(halves)));
 }
-
-// Columns that the ring covers at a time: it stays in the first cache whatever the image's width.
-constexpr Vek32s kStrip = 1024, kNoStrips = 0;
 
 // How blocks of `block` samples cover a row: the last one reaches back to end with it.
 struct Blocks {
@@ -153,37 +150,30 @@ void SweepScalar5(const typename Kernel::Src* src, int64_t srcStep, typename Ker
     }
 }
 
-// The whole of a call after its checks: the ring's memory, and strips of columns where blocks run.
-template <typename Kernel, int rows, Vek32s strip = kStrip>
+// The whole of a call after its checks. Rows are swept at their full width: narrower strips would keep the
+// ring in the first cache, and lose far more by visiting a page for every short run of a row.
+template <typename Kernel, int rows>
 VekStatus Sweep(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size)
 {
     constexpr int kept = rows - 1;
-    if (kBlocks && size.width >= Kernel::kBlock) {
-        const Vek32s widest = strip == kNoStrips ? size.width : Min(size.width, 2 * strip);
-        const int64_t bytes = kept * (((int64_t)widest + Kernel::kBlock - 1) / Kernel::kBlock) * (int64_t)sizeof(typename Kernel::BlockRow);
-        auto* ring = (typename Kernel::BlockRow*)AllocateBlock(bytes);
-        if (!ring)
-            return StatusNoMemory;
-        for (Vek32s x = 0; x < size.width;) {
-            // The last strip takes what is left, so that it is never narrower than a block.
-            const Vek32s width = size.width - x <= widest ? size.width - x : strip;
-            if constexpr (rows == 3)
-                SweepBlocks3<Kernel>(src + x, srcStep, dst + x, dstStep, {width, size.height}, ring);
-            else
-                SweepBlocks5<Kernel>(src + x, srcStep, dst + x, dstStep, {width, size.height}, ring);
-            x += width;
-        }
-        ReleaseBlock(ring);
-    } else {
-        auto* ring = (typename Kernel::Row*)AllocateBlock((int64_t)kept * size.width * (int64_t)sizeof(typename Kernel::Row));
-        if (!ring)
-            return StatusNoMemory;
+    const bool blocks = kBlocks && size.width >= Kernel::kBlock;
+    const int64_t rowBytes = blocks ? Blocks(size.width, Kernel::kBlock).count * (int64_t)sizeof(typename Kernel::BlockRow)
+                                    : size.width * (int64_t)sizeof(typename Kernel::Row);
+    void* ring = AllocateBlock(kept * rowBytes);
+    if (!ring)
+        return StatusNoMemory;
+    if (blocks) {
         if constexpr (rows == 3)
-            SweepScalar3<Kernel>(src, srcStep, dst, dstStep, size, ring);
+            SweepBlocks3<Kernel>(src, srcStep, dst, dstStep, size, (typename Kernel::BlockRow*)ring);
         else
-            SweepScalar5<Kernel>(src, srcStep, dst, dstStep, size, ring);
-        ReleaseBlock(ring);
+            SweepBlocks5<Kernel>(src, srcStep, dst, dstStep, size, (typename Kernel::BlockRow*)ring);
+    } else {
+        if constexpr (rows == 3)
+            SweepScalar3<Kernel>(src, srcStep, dst, dstStep, size, (typename Kernel::Row*)ring);
+        else
+            SweepScalar5<Kernel>(src, srcStep, dst, dstStep, size, (typename Kernel::Row*)ring);
     }
+    ReleaseBlock(ring);
     return StatusOk;
 }
 
