@@ -54,7 +54,7 @@ VekStatus RunMethod(const DftSpec& spec, Vek32s n, const Complex* src, Complex* 
     if (spec.chirpSpec)
         return ChirpTransform<inverse>(spec, n, src, dst, work);
     if (spec.isMixedRadix)
-        MixedTransform<inverse>(spec, n, src, dst, (Complex*)work);
+        MixedTransform<inverse>(spec, src, dst, (Complex*)work);
     else
         DirectTransform<inverse>(spec.rootTable, n, src, dst, (Complex*)work);
     return StatusOk;

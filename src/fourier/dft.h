@@ -63,7 +63,7 @@ VekStatus DftForwardReal(const Vek32f* pSrc, Vek32f* pDst, const DftSpec* pSpec,
 
 // ---- The methods, unscaled; src may be dst. `work`: 32-byte aligned ----
 
-template <bool inverse> void MixedTransform(const DftSpec& spec, int64_t n, const Complex* src, Complex* dst, Complex* work);
+template <bool inverse> void MixedTransform(const DftSpec& spec, const Complex* src, Complex* dst, Complex* work);
 void MixedTransformReal(const DftSpec& spec, const Vek32f* src, Vek32f* dst, Vek32f* work);
 
 template <bool inverse> void DirectTransform(const Complex* roots, Vek32s n, const Complex* src, Complex* dst, Complex* work);

@@ -122,13 +122,12 @@ void RunStages(const DftSpec& spec, Vek32s index, const Complex* in, Complex* wo
 }  // namespace
 
 template <bool inverse>
-void MixedTransform(const DftSpec& spec, int64_t n, const Complex* src, Complex* dst, Complex* work)
+void MixedTransform(const DftSpec& spec, const Complex* src, Complex* dst, Complex* work)
 {
-    (void)n;
     RunStages<inverse>(spec, 0, src, src == dst ? work : dst, dst);
 }
 
-template void MixedTransform<false>(const DftSpec&, int64_t, const Complex*, Complex*, Complex*);
-template void MixedTransform<true>(const DftSpec&, int64_t, const Complex*, Complex*, Complex*);
+template void MixedTransform<false>(const DftSpec&, const Complex*, Complex*, Complex*);
+template void MixedTransform<true>(const DftSpec&, const Complex*, Complex*, Complex*);
 
 }  // namespace uvek::VEK_TIER_NAMESPACE
