@@ -86,7 +86,7 @@ inline Slope SumSlope(const Comparison& c, const Weights& weights, const Span& s
             const Vek8u* const p2 = row(v + 2);
             const int64_t at = v * c.first.stride, below = at + c.first.stride;
             V x0 = Zero(), y0 = Zero(), x1 = Zero(), y1 = Zero();
-            ForBlocks(span.left, span.right, [&](Vek32s u, V mask) {
+            ForBlocks(span.left, span.right, [&](Vek32s u, V mask) __attribute__((always_inline)) {
                 const Pairs middle = LoadPairs(p1 + u);
                 V d = Sub16(LoadU(c.first.samples + at + u), SampleEight<Vek8u>(LoadPairs(p0 + u), middle, pairs));
                 StoreU(c.difference.samples + at + u, d);

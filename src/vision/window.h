@@ -133,15 +133,18 @@ constexpr Vek32s kWindowSlack = 16;
 // From element n on, a mask of the last n of eight lanes.
 constexpr Vek16s kLastLanes[16] = {0, 0, 0, 0, 0, 0, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1};
 
-// At least eight columns, in blocks of eight; the last reaches back, and its mask has the columns that are new.
+// At least eight columns, in blocks of eight; the last reaches back, and its mask has the columns that are new. One call
+// of `block` for both keeps it inlined, and its sums in registers.
 template <typename Block>
-void ForBlocks(Vek32s left, Vek32s right, Block block)
+inline void ForBlocks(Vek32s left, Vek32s right, Block block)
 {
-    Vek32s x = left;
-    for (; right - x >= 8; x += 8)
-        block(x, Splat16(-1));
-    if (x < right)
-        block(right - 8, LoadU(kLastLanes + (right - x)));
+    const V every = Splat16(-1), last = LoadU(kLastLanes + ((right - left - 1) & 7) + 1);
+    for (Vek32s x = left;; x += 8) {
+        const bool isLast = right - x <= 8;
+        block(isLast ? right - 8 : x, isLast ? last : every);
+        if (isLast)
+            return;
+    }
 }
 
 // The positions of `span`, of an image whose pixel (x, y) answers to the window's first sample.
