@@ -89,7 +89,9 @@ VekStatus BuildSpecs(Dft2Spec& spec, Vek32s flag)
         bytes = Max(column + 16 * (int64_t)h, WorkSizeOf(spec.columnComplex) + 64 * (int64_t)h);
         bytes = Max(bytes, WorkSizeOf(spec.rowReal) + 16 * (int64_t)w);
     }
-    spec.bufferSize = (Vek32s)(Vek32u)bytes;
+    if (bytes > kLargestWorkSize)
+        return StatusNoMemory;
+    spec.bufferSize = (Vek32s)bytes;
     return StatusOk;
 }
 

@@ -148,9 +148,17 @@ bool FillDigitOrder(DftSpec& spec)
 
 VekStatus BuildMixed(DftSpec& spec, Vek32s n, const Factors& f, bool isReal, const Roots& roots)
 {
+    Vek32s largest = 0;
+    for (Vek32s i = 0; i < f.count; ++i)
+        if (f.at[i] > 5)
+            largest = Max(largest, f.at[i]);
+    const int64_t workSize = 8 * ((int64_t)largest + n) + 64;
+    if (workSize > kLargestWorkSize)
+        return StatusNoMemory;
+    spec.workSize = (Vek32s)workSize;
     spec.isMixedRadix = 1;
     spec.lastFactorIndex = f.count - 2;
-    Vek32s largest = 0, stride = 1, quotient = n, count = 1;
+    Vek32s stride = 1, quotient = n, count = 1;
     for (Vek32s i = 0; i <= spec.lastFactorIndex; ++i) {
         const Vek32s factor = f.at[i], size = quotient;
         quotient /= factor;
@@ -164,10 +172,6 @@ VekStatus BuildMixed(DftSpec& spec, Vek32s n, const Factors& f, bool isReal, con
         if (!FillStageTwiddles(stage, n, isReal, roots))
             return StatusNoMemory;
     }
-    for (Vek32s i = 0; i < f.count; ++i)
-        if (f.at[i] > 5)
-            largest = Max(largest, f.at[i]);
-    spec.workSize = (Vek32s)(8 * ((Vek32u)largest + (Vek32u)n) + 64);
     return FillFactorRoots(spec, f, roots) && FillDigitOrder(spec) ? StatusOk : StatusNoMemory;
 }
 
@@ -190,6 +194,8 @@ VekStatus BuildChirp(DftSpec& spec, Vek32s n, Vek32u hint)
     if (status != StatusOk)
         return status == StatusBadFftOrder ? StatusNoMemory : status;
     const int64_t length = (int64_t)1 << order;
+    if (8 * length + spec.chirpSpec->workSize + 32 > kLargestWorkSize)
+        return StatusNoMemory;
     spec.chirpLength = (Vek32s)length;
     const Roots roots(2 * (int64_t)n);
     if (roots.isMissing() || !Allocate(spec.chirp, n) || !Allocate(spec.chirpSpectrum, length))

@@ -70,6 +70,10 @@ struct Scaling {
 };
 template <typename T> bool ScalingOf(Vek32s flag, Vek64f n, Scaling<T>* pScaling);
 
+// The largest size that callers can be told of in 32 bits, less what alignment adds. Transforms that want
+// more are refused for want of memory.
+constexpr int64_t kLargestWorkSize = 0x7fffffff - 64;
+
 // The work memory of one call: the caller's, rounded up, or its own until it goes out of scope.
 class WorkMemory {
 public:

@@ -96,7 +96,10 @@ VekStatus BuildSpecs(Fft2Spec& spec, Vek32s flag)
     FftRealWorkBytes((const Spec1d*)spec.rowReal, &row);
     FftRealWorkBytes((const Spec1d*)(spec.columnReal ? spec.columnReal : spec.rowReal), &column);
     FftWorkBytes((const Spec1d*)spec.columnComplex, &interior);
-    spec.bufferSize = (Vek32s)(Vek32u)Max(Max(column + 16 * h, interior + 64 * h), row + 16 * w);
+    const int64_t bytes = Max(Max(column + 16 * h, interior + 64 * h), row + 16 * w);
+    if (bytes > kLargestWorkSize)
+        return StatusNoMemory;
+    spec.bufferSize = (Vek32s)bytes;
     return StatusOk;
 }
 

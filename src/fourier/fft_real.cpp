@@ -83,6 +83,7 @@ void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
     T x[8];
     const int n = 1 << order;
     memcpy(x, src, (size_t)n * sizeof(T));
+    const T turned = order == 2 ? (x[3] - x[1]) * scale : 0;  // not x[1] - x[3] negated, which makes a zero negative
     for (int i = 0; i < n / 2; ++i) {
         const T a = x[i], b = x[i + n / 2];
         x[i] = a + b;
@@ -91,8 +92,8 @@ void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
     for (int i = 0; i < n; ++i)
         x[i] *= scale;
     if (order == 2) {
-        const T s0 = x[0], s1 = x[1], d0 = x[2], d1 = x[3];
-        const T out[] = {s0 + s1, s0 - s1, d0, -d1};
+        const T s0 = x[0], s1 = x[1], d0 = x[2];
+        const T out[] = {s0 + s1, s0 - s1, d0, turned};
         memcpy(x, out, sizeof out);
     } else if (order == 3) {
         // The sums are a transform of four; the differences, turned, give X[1] and X[3].
@@ -188,7 +189,7 @@ void WorkingToPack(T* x, int64_t n)
 
 template <typename T> VekStatus FftRealSpecBuild(FftSpec<T>** ppSpec, Vek32s order, Vek32s flag, Vek32u hint)
 {
-    return FftRecordBuild(ppSpec, kRealId<T>, order, order - 1, flag, hint);
+    return FftRecordBuild(ppSpec, kRealId<T>, order, (Vek32s)((Vek32u)order - 1), flag, hint);
 }
 
 template <typename T> VekStatus FftRealSpecFree(FftSpec<T>* pSpec) { return FftRecordFree(pSpec, kRealId<T>); }

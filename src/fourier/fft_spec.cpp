@@ -330,7 +330,7 @@ VekStatus FftRecordFree(FftSpec<T>* pSpec, Vek32u id)
 
 WorkMemory::WorkMemory(Vek8u* pBuffer, int64_t bytes, int64_t alignment)
 {
-    if (!pBuffer && bytes > 0) {
+    if (!pBuffer && bytes != 0) {
         owned_ = AllocateBlock(bytes);
         missing_ = !owned_;
         p_ = (Vek8u*)owned_;
