@@ -1,3 +1,4 @@
+#include <cfenv>
 #include <cmath>
 #include <functional>
 #include <vector>
@@ -121,6 +122,22 @@ TEST_P(LinearFilterTest, QuotientsRoundTiesToEvenAndClamp)
     EXPECT_EQ(255, Scaled(255, 32766, 8));
     EXPECT_EQ(0, Scaled(1, 1 << 29, 1 << 30));
     EXPECT_EQ(2, Scaled(3, 1 << 29, 1 << 30));
+}
+
+TEST_P(LinearFilterTest, QuotientsDoNotFollowTheCallersRoundingMode)
+{
+    GuardedImage<Vek8u> src(16, 1), dst(16, 1);
+    src.Fill([] { return 3; });
+    const Vek32s one = 1;
+    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        std::fesetround(mode);
+        vekiFilter_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), dst.size(), &one, {1, 1}, {0, 0}, 2);
+        const int after = std::fegetround();
+        std::fesetround(FE_TONEAREST);
+        EXPECT_EQ(mode, after);
+        EXPECT_EQ(2, dst.at(0, 0)) << "mode " << mode;  // 1.5, the tie to even
+        EXPECT_EQ(2, dst.at(15, 0)) << "mode " << mode;
+    }
 }
 
 TEST_P(LinearFilterTest, FloatKernelsAddInTheOrderOfTheTier)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -168,6 +169,23 @@ TEST_P(SignalVectorTest, FloatsRoundByModeAndSaturate)
 }
 
 // The elementwise float operations against the arithmetic of this program's own compiler, to the bit.
+TEST_P(SignalVectorTest, ConversionsDoNotFollowTheCallersRoundingMode)
+{
+    Vector32f src(9);
+    Vector16s dst(9);
+    src.Fill([] { return 3.7f; });
+    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+        for (const int rounding : {RoundZero, RoundNear, RoundHalfAway}) {
+            std::fesetround(mode);
+            veksConvert_32f16s_Sfs(src.data(), dst.data(), 9, rounding, 0);
+            const int after = std::fegetround();
+            std::fesetround(FE_TONEAREST);
+            EXPECT_EQ(mode, after);
+            for (int i = 0; i < 9; ++i)
+                EXPECT_EQ(rounding == RoundZero ? 3 : 4, dst[i]) << "mode " << mode << " rounding " << rounding;
+        }
+}
+
 TEST_P(SignalVectorTest, FloatArithmeticIsExact)
 {
     std::mt19937 random(Seed());

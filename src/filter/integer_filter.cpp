@@ -247,6 +247,7 @@ VekStatus Filter(Vek32s channels, const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst
     const TapSource source = FirstTap(pSrc, srcStep, channels, kernel, anchor);
     const int64_t samples = (int64_t)size.width * channels;
     const Divisor d = MakeDivisor(divisor);
+    const RoundToNearest nearest;
     if (!TryBlocks(source, pDst, dstStep, samples, size.height, pKernel, kernel, d))
         FilterScalar(source, pDst, dstStep, samples, size.height, pKernel, kernel, d);
     return StatusOk;

@@ -112,6 +112,26 @@ inline D Abs(D v) { return AndNot(SplatD(-0.0), v); }
 
 // ---- Conversion: Nearest follows the rounding mode in force, ties to even unless a caller set it ----
 
+// Rounds to nearest while it lives, whatever mode the caller has set, which it puts back.
+class RoundToNearest {
+public:
+    RoundToNearest() : saved_(_mm_getcsr())
+    {
+        if (saved_ & _MM_ROUND_MASK)
+            _mm_setcsr(saved_ & ~(unsigned)_MM_ROUND_MASK);
+    }
+    ~RoundToNearest()
+    {
+        if (saved_ & _MM_ROUND_MASK)
+            _mm_setcsr(saved_);
+    }
+    RoundToNearest(const RoundToNearest&) = delete;
+    RoundToNearest& operator=(const RoundToNearest&) = delete;
+
+private:
+    unsigned saved_;
+};
+
 inline F ToFloat(V v) { return _mm_cvtepi32_ps(v); }
 inline V Nearest32s(F v) { return _mm_cvtps_epi32(v); }   // 0x80000000 past the range and for NaN
 inline V Truncate32s(F v) { return _mm_cvttps_epi32(v); }

@@ -119,6 +119,7 @@ VekStatus veksConvert_32f16s_Sfs(const Vek32f* pSrc, Vek16s* pDst, Vek32s len, V
     if (!pSrc || !pDst)  return StatusNullPointer;
     if (len < 1)         return StatusBadSize;
 
+    const RoundToNearest nearest;
     switch (RoundingOf(rndMode)) {
     case Rounding::Zero: ConvertToInteger<Rounding::Zero>(pSrc, pDst, len, scaleFactor); break;
     case Rounding::Even: ConvertToInteger<Rounding::Even>(pSrc, pDst, len, scaleFactor); break;
