@@ -16,7 +16,8 @@ constexpr Vek32s kMargin = 2, kPatchMargin = 3;
 
 // Where things stand in the state's buffer.
 struct Buffers {
-    Window first, gradientX, gradientY, difference, margined;
+    Comparison compared;
+    Window margined;
     Window levelX, levelY;   // gradients of a whole level
     Vek8u* patch;
     Vek32s patchStep;
@@ -31,9 +32,10 @@ Buffers BuffersOf(const VekOpticalFlowState& state)
         return Window{(Vek16s*)Offset(state.buffer, b.layout.Add(height, stride, sizeof(Vek16s))), stride};
     };
     const int64_t size = state.winSize;
-    Window* const windows[] = {&b.first, &b.gradientX, &b.gradientY, &b.difference, &b.margined};
+    Window* const windows[] = {&b.compared.first, &b.compared.gradientX, &b.compared.gradientY, &b.compared.difference, &b.margined};
     for (Window* w : windows)
         *w = window(size + kMargin, size + kMargin);
+    b.compared.blocks = (Block*)Offset(state.buffer, b.layout.Add(size, size / 8 + 1, sizeof(Block)));
     b.levelX = window(state.height, state.width);
     b.levelY = window(state.height, state.width);
     b.patchStep = (Vek32s)(size + kPatchMargin);
@@ -93,26 +95,26 @@ void FilterAround(const Tracker& t, const Image& image, Vek32f x, Vek32f y)
         }
         SampleWindow((const Vek8u*)b.patch, b.patchStep, 0, 0, weights, all, b.margined);
     }
-    ScharrWindow(b.margined, t.winSize, b.gradientX, b.gradientY);
+    ScharrWindow(b.margined, t.winSize, b.compared.gradientX, b.compared.gradientY);
 }
 
 // The first image's window around p and its gradients, where they are inside.
 void PrepareWindow(const Tracker& t, Gradients gradients, const Image& image, const Place& place, Vek32f x, Vek32f y)
 {
     const Buffers& b = t.buffers;
-    SampleWindow(image.pixels, image.step, place.x, place.y, BilinearWeights(place.fractionX, place.fractionY, kWeightBits<Vek8u>), place.inside, b.first);
+    SampleWindow(image.pixels, image.step, place.x, place.y, BilinearWeights(place.fractionX, place.fractionY, kWeightBits<Vek8u>), place.inside, b.compared.first);
     if (gradients == Gradients::OfWindow)
         return FilterAround(t, image, x, y);
     const Weights weights = BilinearWeights(place.fractionX, place.fractionY, kWeightBits<Vek16s>);
     const int64_t step = b.levelX.stride * (int64_t)sizeof(Vek16s);
-    SampleWindow((const Vek16s*)b.levelX.samples, step, place.x, place.y, weights, place.inside, b.gradientX);
-    SampleWindow((const Vek16s*)b.levelY.samples, step, place.x, place.y, weights, place.inside, b.gradientY);
+    SampleWindow((const Vek16s*)b.levelX.samples, step, place.x, place.y, weights, place.inside, b.compared.gradientX);
+    SampleWindow((const Vek16s*)b.levelY.samples, step, place.x, place.y, weights, place.inside, b.compared.gradientY);
 }
 
 // Takes point i through one level. A lost point is no failure: its status stays.
 VekStatus TrackPoint(const Tracker& t, Gradients gradients, Vek32s level, Vek32s i)
 {
-    const Buffers& b = t.buffers;
+    const Comparison& compared = t.buffers.compared;
     const Image image1 = LevelOf(t.pyramid1, level), image2 = LevelOf(t.pyramid2, level);
     if (const VekStatus status = CheckLevel(image1))  return status;
     if (const VekStatus status = CheckLevel(image2))  return status;
@@ -144,9 +146,8 @@ VekStatus TrackPoint(const Tracker& t, Gradients gradients, Vek32s level, Vek32s
             break;
         }
         if (changed)
-            g = SumStructure(b.gradientX, b.gradientY, span);
-        const Slope slope = SumSlope({b.first, b.gradientX, b.gradientY, b.difference, image2.pixels, image2.step, to.x, to.y},
-                                     BilinearWeights(to.fractionX, to.fractionY, kWeightBits<Vek8u>), span);
+            g = SumStructure(compared, span);
+        const Slope slope = SumSlope(compared, Row(image2.pixels, image2.step, to.y) + to.x, image2.step, BilinearWeights(to.fractionX, to.fractionY, kWeightBits<Vek8u>), span);
         const Vek64f determinant = g.xx * g.yy - g.xy * g.xy;
         if (determinant < kSmallestDeterminant) {
             found = false;
@@ -169,7 +170,7 @@ VekStatus TrackPoint(const Tracker& t, Gradients gradients, Vek32s level, Vek32s
         moveTo(x, y);
         t.status[i] = (Vek8s)level;
     }
-    Put(t.error + i, RootMeanSquare(b.difference, span));
+    Put(t.error + i, RootMeanSquare(compared, span));
     return StatusOk;
 }
 

@@ -28,17 +28,46 @@ inline D ToDoubleHigh(V v)
     return ToDoubleLow(Permute32<2, 3, 2, 3>(v));
 }
 
-inline Structure SumStructure(const Window& gradientX, const Window& gradientY, const Span& span)
+// Eight columns of a row as a step reads them: one pointer, in a cache line or two. Gradients of columns that stand
+// in the block before too are zero.
+struct Block {
+    Vek16s first[8], gradientX[8], gradientY[8], difference[8];
+};
+
+// What a step compares: the first image's window and its gradients, and where its difference from the second goes.
+struct Comparison {
+    Window first, gradientX, gradientY, difference;
+    Block* blocks;           // the span's rows, all of the same number of blocks
+};
+
+inline bool IsInBlocks(const Span& span)
+{
+    return kBlocks && span.right - span.left >= 8;
+}
+
+inline Vek32s BlocksInRow(const Span& span)
+{
+    return (span.right - span.left + 7) / 8;
+}
+
+// To be called for each new span, before SumSlope.
+inline Structure SumStructure(const Comparison& c, const Span& span)
 {
     Structure sum = {0, 0, 0};
-    if (kBlocks && span.right - span.left >= 8) {
+    if (IsInBlocks(span)) {
         D xxxy = ZeroD(), yy = ZeroD();
+        Block* to = c.blocks;
         for (Vek32s v = span.top; v < span.bottom; ++v) {
             V xx32 = Zero(), xy32 = Zero(), yy32 = Zero();
-            const Vek16s* const gx = gradientX.Row(v);
-            const Vek16s* const gy = gradientY.Row(v);
+            const Vek16s* const first = c.first.Row(v);
+            const Vek16s* const gx = c.gradientX.Row(v);
+            const Vek16s* const gy = c.gradientY.Row(v);
             ForBlocks(span.left, span.right, [&](Vek32s u, V mask) {
                 const V x = And(LoadU(gx + u), mask), y = And(LoadU(gy + u), mask);
+                StoreA(to->first, LoadU(first + u));
+                StoreA(to->gradientX, x);
+                StoreA(to->gradientY, y);
+                ++to;
                 xx32 = Add32(xx32, MulAdd16(x, x));
                 xy32 = Add32(xy32, MulAdd16(x, y));
                 yy32 = Add32(yy32, MulAdd16(y, y));
@@ -52,7 +81,7 @@ inline Structure SumStructure(const Window& gradientX, const Window& gradientY, 
     for (Vek32s v = span.top; v < span.bottom; ++v) {
         Vek32u xx = 0, xy = 0, yy = 0;
         for (Vek32s u = span.left; u < span.right; ++u) {
-            const Vek32s x = gradientX.Row(v)[u], y = gradientY.Row(v)[u];
+            const Vek32s x = c.gradientX.Row(v)[u], y = c.gradientY.Row(v)[u];
             xx += (Vek32u)(x * x);
             xy += (Vek32u)(x * y);
             yy += (Vek32u)(y * y);
@@ -64,59 +93,55 @@ inline Structure SumStructure(const Window& gradientX, const Window& gradientY, 
     return sum;
 }
 
-// What a step compares: the first image's window and its gradients, and the second image with a window's place in it.
-struct Comparison {
-    Window first, gradientX, gradientY, difference;
-    const Vek8u* second;
-    Vek32s step, x, y;
+// One row's part of a step's sums.
+struct SlopeLanes {
+    V x = Zero(), y = Zero();
+
+    void Add(Block* block, V sampled)
+    {
+        const V d = Sub16(LoadA(block->first), sampled);
+        StoreA(block->difference, d);
+        x = Add32(x, MulAdd16(d, LoadA(block->gradientX)));
+        y = Add32(y, MulAdd16(d, LoadA(block->gradientY)));
+    }
 };
 
-// Samples the second image and sums its difference from the first times the gradients; keeps the difference.
-inline Slope SumSlope(const Comparison& c, const Weights& weights, const Span& span)
+// Samples the second image, whose pixel at `origin` answers to the window's first sample; sums its difference from the
+// first times the gradients, and keeps the difference.
+inline Slope SumSlope(const Comparison& c, const Vek8u* origin, Vek32s step, const Weights& weights, const Span& span)
 {
-    if (kBlocks && span.right - span.left >= 8) {
+    if (IsInBlocks(span)) {
         const WeightPairs pairs = PairsOf(weights);
+        const Vek32s blocks = BlocksInRow(span), lastBlock = span.right - span.left - 8;
+        const Vek8u* p = Row(origin, step, span.top) + span.left;
+        Block* to = c.blocks;
         D sum = ZeroD();
-        const auto row = [&](Vek32s v) { return Row(c.second, c.step, c.y + v) + c.x; };
-        Vek32s v = span.top;
+        Vek32s rows = span.bottom - span.top;
         // Two rows at a time share the pixels between them, and one reduction.
-        for (; span.bottom - v >= 2; v += 2) {
-            const Vek8u* const p0 = row(v);
-            const Vek8u* const p1 = row(v + 1);
-            const Vek8u* const p2 = row(v + 2);
-            const int64_t at = v * c.first.stride, below = at + c.first.stride;
-            V x0 = Zero(), y0 = Zero(), x1 = Zero(), y1 = Zero();
-            ForBlocks(span.left, span.right, [&](Vek32s u, V mask) __attribute__((always_inline)) {
+        for (; rows >= 2; rows -= 2, p = Row(p, step, 2), to += blocks) {
+            const Vek8u* const p1 = Row(p, step, 1);
+            const Vek8u* const p2 = Row(p, step, 2);
+            SlopeLanes upper, lower;
+            for (Vek32s i = 0; i < blocks; ++i, ++to) {
+                const Vek32s u = Min(8 * i, lastBlock);
                 const Pairs middle = LoadPairs(p1 + u);
-                V d = Sub16(LoadU(c.first.samples + at + u), SampleEight<Vek8u>(LoadPairs(p0 + u), middle, pairs));
-                StoreU(c.difference.samples + at + u, d);
-                d = And(d, mask);
-                x0 = Add32(x0, MulAdd16(d, LoadU(c.gradientX.samples + at + u)));
-                y0 = Add32(y0, MulAdd16(d, LoadU(c.gradientY.samples + at + u)));
-                d = Sub16(LoadU(c.first.samples + below + u), SampleEight<Vek8u>(middle, LoadPairs(p2 + u), pairs));
-                StoreU(c.difference.samples + below + u, d);
-                d = And(d, mask);
-                x1 = Add32(x1, MulAdd16(d, LoadU(c.gradientX.samples + below + u)));
-                y1 = Add32(y1, MulAdd16(d, LoadU(c.gradientY.samples + below + u)));
-            });
-            const V both = SumEach32(x0, y0, x1, y1);
+                upper.Add(to, SampleEight<Vek8u>(LoadPairs(p + u), middle, pairs));
+                lower.Add(to + blocks, SampleEight<Vek8u>(middle, LoadPairs(p2 + u), pairs));
+            }
+            const V both = SumEach32(upper.x, upper.y, lower.x, lower.y);
             sum = Add(sum, Add(ToDoubleLow(both), ToDoubleHigh(both)));
         }
-        if (v < span.bottom) {
-            const Vek8u* const p0 = row(v);
-            const Vek8u* const p1 = row(v + 1);
-            V x = Zero(), y = Zero();
-            ForBlocks(span.left, span.right, [&](Vek32s u, V mask) {
-                const V d = Sub16(LoadU(c.first.Row(v) + u), SampleEight<Vek8u>(LoadPairs(p0 + u), LoadPairs(p1 + u), pairs));
-                StoreU(c.difference.Row(v) + u, d);
-                x = Add32(x, MulAdd16(And(d, mask), LoadU(c.gradientX.Row(v) + u)));
-                y = Add32(y, MulAdd16(And(d, mask), LoadU(c.gradientY.Row(v) + u)));
-            });
-            sum = Add(sum, ToDoubleLow(SumEach32(x, y, Zero(), Zero())));
+        if (rows > 0) {
+            SlopeLanes last;
+            for (Vek32s i = 0; i < blocks; ++i, ++to) {
+                const Vek8u* const q = p + Min(8 * i, lastBlock);
+                last.Add(to, SampleEight<Vek8u>(LoadPairs(q), LoadPairs(Row(q, step, 1)), pairs));
+            }
+            sum = Add(sum, ToDoubleLow(SumEach32(last.x, last.y, Zero(), Zero())));
         }
         return {LowD(sum), HighD(sum)};
     }
-    SampleWindow(c.second, c.step, c.x, c.y, weights, span, c.difference);
+    SampleWindow(origin, step, 0, 0, weights, span, c.difference);
     Slope sum = {0, 0};
     for (Vek32s v = span.top; v < span.bottom; ++v) {
         Vek32u x = 0, y = 0;
@@ -134,24 +159,25 @@ inline Slope SumSlope(const Comparison& c, const Weights& weights, const Span& s
 }
 
 // The root of the mean squared difference, in grey levels.
-inline Vek32f RootMeanSquare(const Window& difference, const Span& span)
+inline Vek32f RootMeanSquare(const Comparison& c, const Span& span)
 {
     if (span.IsEmpty())
         return 0;
     int64_t sum = 0;
-    for (Vek32s v = span.top; v < span.bottom; ++v) {
-        const Vek16s* const row = difference.Row(v);
-        if (kBlocks && span.right - span.left >= 8) {
-            V sum64 = Zero();
-            ForBlocks(span.left, span.right, [&](Vek32s u, V mask) {
-                const V d = And(LoadU(row + u), mask), squares = MulAdd16(d, d);  // below 2^32, unsigned
+    if (IsInBlocks(span)) {
+        const Block* block = c.blocks;
+        V sum64 = Zero();
+        for (Vek32s v = span.top; v < span.bottom; ++v)
+            ForBlocks(span.left, span.right, [&](Vek32s, V mask) {
+                const V d = And(LoadA(block->difference), mask), squares = MulAdd16(d, d);  // below 2^32, unsigned
                 sum64 = Add64(sum64, Add64(WidenLow32u(squares), WidenHigh32u(squares)));
+                ++block;
             });
-            sum += Sum64(sum64);
-        } else {
+        sum = Sum64(sum64);
+    } else {
+        for (Vek32s v = span.top; v < span.bottom; ++v)
             for (Vek32s u = span.left; u < span.right; ++u)
-                sum += (int64_t)row[u] * row[u];
-        }
+                sum += (int64_t)c.difference.Row(v)[u] * c.difference.Row(v)[u];
     }
     return (Vek32f)(sqrt((Vek64f)sum / span.Count()) * 0.0078125);
 }
