@@ -109,7 +109,7 @@ VekStatus Nearest(const ResizeJob& job)
     for (Vek32s y = 0; y < job.y.length; ++y) {
         Vek8u* const dst = Row(job.dst, job.dstStep, y);
         if (y > 0 && yIndex[y] == yIndex[y - 1]) {
-            memcpy(dst, Row(job.dst, job.dstStep, y - 1), (size_t)rowBytes);
+            memmove(dst, Row(job.dst, job.dstStep, y - 1), (size_t)rowBytes);
             continue;
         }
         const Vek8u* const src = Row(job.src, job.srcStep, yIndex[y]);

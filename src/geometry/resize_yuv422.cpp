@@ -54,7 +54,7 @@ VekStatus Nearest(const Job& job)
     for (Vek32s y = 0; y < job.y.length; ++y) {
         Vek8u* dst = Row(job.dst, job.dstStep, y);
         if (y > 0 && yIndex[y] == yIndex[y - 1]) {
-            memcpy(dst, Row(job.dst, job.dstStep, y - 1), (size_t)job.pairs * kPairBytes);
+            memmove(dst, Row(job.dst, job.dstStep, y - 1), (size_t)job.pairs * kPairBytes);
             continue;
         }
         const Vek8u* const src = Row(job.src, job.srcStep, yIndex[y]);

@@ -173,6 +173,9 @@ bool MakeSpans(const Quadrangle& quadrangle, bool clockwise, VekImageRect dstRoi
     Cut(p, limits);
     if (p.count == 0)
         return false;
+    for (int i = 0; i < p.count; ++i)
+        if (p.at[i].x - p.at[i].x != 0 || p.at[i].y - p.at[i].y != 0)
+            return false;  // corners so far off that the cut overflowed
     const Bounds b = BoundsOf(p);
     const Vek64f firstRow = ceil(b.yMin), lastRow = floor(b.yMax);
     if (!(firstRow <= lastRow && ceil(b.xMin) <= floor(b.xMax)))
