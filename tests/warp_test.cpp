@@ -292,6 +292,17 @@ TEST_P(WarpTest, ShortMemoryIsNoOverlap)
     EXPECT_EQ(0, allocator.live());
 }
 
+TEST_P(WarpTest, CornersThatOverflowTheCutWriteNothing)
+{
+    GuardedImage<Vek8u, 3> src(64, 64), dst(100, 100);
+    const GuardedImage<Vek8u, 3> before = dst;
+    const Vek64f far[2][4] = {{0, 1e154, 1, -5}, {0, 1e154, 1e154, 0}}, farther[2][4] = {{0, 1, 1, 0}, {0, 1e307, 0, 0}};
+    for (const auto& coefficients : {far, farther})
+        for (const Vek32s interpolation : {(Vek32s)InterNearest, InterNearest | SmoothEdgeFlag})
+            vekiWarpBilinear_8u_C3R(src.data(), src.size(), src.step(), {0, 0, 64, 64}, dst.data(), dst.step(), {0, 0, 100, 100}, coefficients, interpolation);
+    EXPECT_EQ(before, dst);
+}
+
 UVEK_ON_ALL_TIERS(WarpTest);
 
 }  // namespace
