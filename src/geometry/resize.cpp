@@ -203,7 +203,9 @@ VekStatus ResizeGuarded(ResizeRequest request)
 {
     const Vek32s step = request.srcStep, total = WrappedProduct(request.srcSize.height, step);
     const bool exact = total == (int64_t)request.srcSize.height * step;
-    if (request.interpolation != InterSuper || !(request.srcRoi.height & 1) || step <= 0 || total <= 0 || !exact || !request.src)
+    const int64_t rowBytes = (int64_t)request.srcSize.width * kPixelBytes[(int)request.kind];
+    // Where rows overlap, a step's bytes are not the row behind: the last row stands for it.
+    if (request.interpolation != InterSuper || !(request.srcRoi.height & 1) || step <= 0 || step < rowBytes || total <= 0 || !exact || !request.src)
         return Resize(request);
 
     const Vek8u* const src = (const Vek8u*)request.src;
@@ -214,8 +216,7 @@ VekStatus ResizeGuarded(ResizeRequest request)
     if (!copy)
         return StatusNoMemory;
     // The bytes between the last row's end and the next row's start need not exist.
-    const int64_t rowBytes = (int64_t)request.srcSize.width * kPixelBytes[(int)request.kind];
-    const size_t lastRow = (size_t)Clamp(rowBytes, (int64_t)0, (int64_t)step);
+    const size_t lastRow = (size_t)Max(rowBytes, (int64_t)0);
     memcpy(copy, src, (size_t)(total - step) + lastRow);
     memcpy(copy + total, src + (total - step), lastRow);
     request.src = copy;
