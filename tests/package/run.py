@@ -59,10 +59,15 @@ class Package(unittest.TestCase):
         run(self.compilers[language], *standard, *WARNINGS, source, "-o", program, *flags)
         self.start(program, language)
 
+    def configure(self, language, version):
+        build = self.build / f"{language}{version}"
+        run("cmake", "-G", "Ninja", "-S", HERE, "-B", build, f"-DLANGUAGE={language}", f"-DVERSION={version}",
+            f"-Duvek_DIR={self.prefix}/lib/cmake/uvek", *self.toolchain)
+        return build
+
     def check_find_package(self, programs):
         for language, name in (("C", "C"), ("CXX", "C++")):
-            build = self.build / language
-            run("cmake", "-G", "Ninja", "-S", HERE, "-B", build, f"-DLANGUAGE={language}", f"-Duvek_DIR={self.prefix}/lib/cmake/uvek", *self.toolchain)
+            build = self.configure(language, "1.0")
             run("cmake", "--build", build)
             for program in programs:
                 self.start(build / program, name)
@@ -89,10 +94,8 @@ class Debian(Package):
         for path in (self.prefix / "bin/uvek", self.prefix / "lib/libuvek.so"):
             loads = re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "-d", path))
             needed |= set(loads) - {"libuvek.so.1"}
-        for library in needed:
-            owner = run("dpkg-query", "-S", f"*/{library}").split(":")[0]
-            self.assertIn(owner, depends, library)
-        self.assertEqual(len({run("dpkg-query", "-S", f"*/{library}").split(":")[0] for library in needed}), len(depends), depends)
+        owners = {run("dpkg-query", "-S", f"*/x86_64-linux-gnu/{library}").split(":")[0] for library in needed}
+        self.assertEqual(owners, set(depends))
 
     def test_it_holds_no_machine_path(self):
         self.check_no_machine_path()
@@ -107,6 +110,8 @@ class Debian(Package):
 
     def test_cmake_finds_it(self):
         self.check_find_package(["consumer", "consumer_static"])
+        with self.assertRaisesRegex(AssertionError, "version: 1.0"):
+            self.configure("C", "2.0")
 
     def test_pkg_config_finds_it(self):
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.prefix / "lib/pkgconfig"))
