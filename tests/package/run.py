@@ -113,6 +113,10 @@ class Debian(Package):
         with self.assertRaisesRegex(AssertionError, "version: 1.0"):
             self.configure("C", "2.0")
 
+    def test_its_examples_build(self):
+        run("cmake", "-G", "Ninja", "-S", self.prefix / "share/doc/uvek/examples", "-B", self.build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run("cmake", "--build", self.build, "--target", "resize", "denoise")
+
     def test_pkg_config_finds_it(self):
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.prefix / "lib/pkgconfig"))
         for language in SOURCES:
