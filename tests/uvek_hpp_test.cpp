@@ -9,12 +9,18 @@
 #include <vector>
 
 #include "support/allocator.h"
+#include "support/tiers.h"
 
 namespace uvek::test {
 namespace {
 
 using ::testing::Each;
 using ::testing::ElementsAre;
+
+// Linked statically, the library may not have chosen its tier.
+class CppLayer : public ::testing::Test {
+    const ScopedTier tier_{0};
+};
 
 // The status that `run` throws, or ok.
 template <class Run>
@@ -47,7 +53,7 @@ std::vector<T> Samples(const image<T, C>& image)
     return result;
 }
 
-TEST(CppLayer, StatusesAreErrorCodes)
+TEST_F(CppLayer, StatusesAreErrorCodes)
 {
     const std::error_code code = status::bad_step;
     EXPECT_EQ(StatusBadStep, code.value());
@@ -62,7 +68,7 @@ TEST(CppLayer, StatusesAreErrorCodes)
     EXPECT_EQ(status::null_pointer, Thrown([] { check(vekiSet_8u_C1R(0, nullptr, 1, {1, 1})); }));
 }
 
-TEST(CppLayer, ViewsCheckTheirShape)
+TEST_F(CppLayer, ViewsCheckTheirShape)
 {
     using View = image_view<Vek16s, 3>;
     Vek16s samples[36] = {};
@@ -94,7 +100,7 @@ TEST(CppLayer, ViewsCheckTheirShape)
         EXPECT_EQ(status::bad_rectangle, Thrown([&] { view.sub(outside); }));
 }
 
-TEST(CppLayer, SpansCheckTheirLength)
+TEST_F(CppLayer, SpansCheckTheirLength)
 {
     std::vector<float> vector(5);
     const float array[3] = {1, 2, 3};
@@ -109,7 +115,7 @@ TEST(CppLayer, SpansCheckTheirLength)
     static_assert(!std::is_constructible_v<span<const Vek16s>, std::vector<float>&>);
 }
 
-TEST(CppLayer, MemoryIsReleasedOnceAndBothSidesOfAMoveAreSound)
+TEST_F(CppLayer, MemoryIsReleasedOnceAndBothSidesOfAMoveAreSound)
 {
     const ScopedAllocator allocator;
     {
@@ -136,7 +142,7 @@ TEST(CppLayer, MemoryIsReleasedOnceAndBothSidesOfAMoveAreSound)
     EXPECT_EQ(status::bad_size, Thrown([] { block<Vek32f>(-1); }));
 }
 
-TEST(CppLayer, RecordsThatCannotBeMadeThrowAndLeakNothing)
+TEST_F(CppLayer, RecordsThatCannotBeMadeThrowAndLeakNothing)
 {
     const Vek8u bits[16] = {0, 2}, values[2] = {0, 1};
     const Vek16s kernel[3] = {1, 2, 1};
@@ -180,7 +186,7 @@ TEST(CppLayer, RecordsThatCannotBeMadeThrowAndLeakNothing)
     EXPECT_EQ(status::bad_fft_order, Thrown([] { make_fft_complex(31); }));
 }
 
-TEST(CppLayer, PixelsMoveBetweenImages)
+TEST_F(CppLayer, PixelsMoveBetweenImages)
 {
     const image<Vek8u, 3> source = Ramp<Vek8u, 3>(21, 6);
     image<Vek8u, 3> other(21, 6), mirrored(21, 6);
@@ -220,7 +226,7 @@ TEST(CppLayer, PixelsMoveBetweenImages)
     EXPECT_THAT(Samples(gray), Each(9));
 }
 
-TEST(CppLayer, ResizeReachesTheLastPixel)
+TEST_F(CppLayer, ResizeReachesTheLastPixel)
 {
     for (Vek32s from = 1; from <= 1200; from += 1 + from / 40)
         for (Vek32s to = 1; to <= 1200; ++to) {
@@ -237,7 +243,7 @@ TEST(CppLayer, ResizeReachesTheLastPixel)
     }
 }
 
-TEST(CppLayer, GeometryAndFiltersReachTheirExports)
+TEST_F(CppLayer, GeometryAndFiltersReachTheirExports)
 {
     const image<Vek8u, 3> source = Ramp<Vek8u, 3>(16, 12);
     image<Vek8u, 3> other(16, 12);
@@ -280,7 +286,7 @@ TEST(CppLayer, GeometryAndFiltersReachTheirExports)
     EXPECT_EQ(status::bad_anchor, static_cast<status>(median(middle, out, {3, 3}, {3, 1})));
 }
 
-TEST(CppLayer, StatisticsReachTheirExports)
+TEST_F(CppLayer, StatisticsReachTheirExports)
 {
     const image<Vek8u, 3> source = Ramp<Vek8u, 3>(4, 1);  // 0 3 6 9, 1 4 7 10, 2 5 8 11
     image<Vek8u, 1> first(4, 1);
@@ -301,7 +307,7 @@ TEST(CppLayer, StatisticsReachTheirExports)
     EXPECT_EQ(10 + 10 + 5 * 17, total);
 }
 
-TEST(CppLayer, TransformsAndSignalsReachTheirExports)
+TEST_F(CppLayer, TransformsAndSignalsReachTheirExports)
 {
     std::vector<Vek32f> re(16), im(16), spectrumRe(16), spectrumIm(16), backRe(16), backIm(16);
     std::iota(re.begin(), re.end(), 1.0f);
