@@ -42,6 +42,12 @@ void ReverseRow(const Vek8u* src, Vek8u* dst, Vek32s width)
         const V order = Lanes8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0);
         for (; width - x >= 6; x += 5)
             StoreU(dst + (int64_t)x * 3, Shuffle8(LoadU(src - (int64_t)x * 3 - 13), order));
+    } else if constexpr (kBlocks && pixelBytes == 3) {
+        // Words of four bytes, of which the next pixel overwrites the last.
+        if (width > 0)
+            MovePixel<3>(dst, src);
+        for (x = 1; x < width - 1; ++x)
+            MovePixel<4>(dst + (int64_t)x * 3, src - (int64_t)x * 3);
     }
     for (; x < width; ++x)
         MovePixel<pixelBytes>(dst + (int64_t)x * pixelBytes, src - (int64_t)x * pixelBytes);
