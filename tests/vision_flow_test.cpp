@@ -147,21 +147,27 @@ TEST_P(VisionFlowTest, FollowsShiftsOfUpToTwentyPixels)
 // which would move with no shift.
 class Photograph {
 public:
-    Photograph() : image_(codec::DecodeJpeg(codec::ReadFile(UVEK_PHOTOGRAPH)).image) {}
+    Photograph() : image_(codec::DecodeJpeg(codec::ReadFile(UVEK_PHOTOGRAPH)).image)
+    {
+        double sum = 0;
+        for (int i = 0; i <= 2 * kReach; ++i)
+            sum += weights_[i] = std::exp(-(i - kReach) * (i - kReach) / (2 * 2.2 * 2.2));
+        for (double& weight : weights_)
+            weight /= sum;
+    }
     Vek8u at(int x, int y) const  // in pixels of the full size
     {
-        double sum = 0, weights = 0;
-        for (int v = -6; v <= 6; ++v)
-            for (int u = -6; u <= 6; ++u) {
-                const double weight = std::exp(-(u * u + v * v) / (2 * 2.2 * 2.2));
-                sum += weight * image_.row(y + v)[(x + u) * image_.channels + 1];
-                weights += weight;
-            }
-        return (Vek8u)std::lround(sum / weights);
+        double sum = 0;
+        for (int v = 0; v <= 2 * kReach; ++v)
+            for (int u = 0; u <= 2 * kReach; ++u)
+                sum += weights_[v] * weights_[u] * image_.row(y + v - kReach)[(x + u - kReach) * image_.channels + 1];
+        return (Vek8u)std::lround(sum);
     }
 
 private:
+    static constexpr int kReach = 6;
     codec::Image image_;
+    double weights_[2 * kReach + 1];
 };
 
 TEST_P(VisionFlowTest, FollowsAPhotographOverFourLevels)
