@@ -44,11 +44,7 @@ void AddReduced(const Scene& scene, std::vector<Panel>& panels)
                           resize(*super, InterSuper);
                       },
                       [nearest, super](Canvas& canvas) {
-                          const Image left = Scale(*nearest, canvas.width(), canvas.height()), right = Scale(*super, canvas.width(), canvas.height());
-                          canvas.Place(right, 0, 0);
-                          canvas.Place(Crop(left, {0, 0, canvas.width() / 2, canvas.height()}), 0, 0);
-                          const double middle = canvas.width() / 2 - 0.5;
-                          canvas.Line(middle, 0, middle, canvas.height(), 2, kWhite);
+                          ShowHalves(canvas, *nearest, *super);
                           canvas.Label(0, canvas.height(), "nearest");
                           canvas.Label(canvas.width() / 2 + 1, canvas.height(), "super");
                       }});

@@ -19,7 +19,15 @@ void AddImagePanels(const Scene& scene, std::vector<Panel>& panels)
                               Check(vekiMirror_8u_C3R(scene.rgb.samples.data(), scene.rgb.step(), mirrored[i]->samples.data(), mirrored[i]->step(), scene.size(), kAxes[i]),
                                     "mirror");
                       },
-                      [&scene, mirrored](Canvas& canvas) { ShowQuarters(canvas, {{scene.rgb, ""}, {*mirrored[0], ""}, {*mirrored[1], ""}, {*mirrored[2], ""}}, 0); }});
+                      [&scene, mirrored](Canvas& canvas) {
+                          const int width = scene.rgb.width, height = scene.rgb.height;
+                          Canvas all(2 * width, 2 * height, kMat);
+                          all.Place(scene.rgb, 0, 0);
+                          all.Place(*mirrored[0], width, 0);
+                          all.Place(*mirrored[1], 0, height);
+                          all.Place(*mirrored[2], width, height);
+                          ShowWhole(canvas, all.image());
+                      }});
 
     const int border = std::max(1, std::min(scene.rgb.width, scene.rgb.height) / 6);
     const auto bordered = std::make_shared<Image>(scene.rgb.width + 2 * border, scene.rgb.height + 2 * border, 3);

@@ -56,6 +56,7 @@ int Demonstrate(const std::string& path, const std::string& folder)
     const Scene scene(picture, file);
     if (huge)
         std::printf("too large to be quick: what follows is of the picture reduced to %d by %d\n", scene.rgb.width, scene.rgb.height);
+    std::printf("every tier in turn: the demo is linked with the library's objects and sets it, which libuvek.so leaves to the processor\n");
     ReportCodec(huge ? scene.rgb : picture, huge ? Bytes() : file, folder);
 
     std::vector<Panel> panels;

@@ -42,6 +42,9 @@ void ShowWhole(Canvas& canvas, const Image& image);
 // The scene's detail, pixel for pixel.
 void ShowDetail(Canvas& canvas, const Scene& scene, const Image& image);
 
+// The left half of one picture and the right half of another, of one size.
+void ShowHalves(Canvas& canvas, const Image& left, const Image& right);
+
 // The detail, its left half from one picture and its right half from another.
 void ShowSplit(Canvas& canvas, const Scene& scene, const Image& before, const Image& after);
 
@@ -50,7 +53,7 @@ struct Quarter {
     const Image& image;
     std::string label;
 };
-void ShowQuarters(Canvas& canvas, const std::vector<Quarter>& quarters, int gap = 2);
+void ShowQuarters(Canvas& canvas, const std::vector<Quarter>& quarters);
 
 }  // namespace uvek::demo
 

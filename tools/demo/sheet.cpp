@@ -21,7 +21,7 @@ void DrawPanel(Canvas& sheet, const Scene& scene, const Shown& shown, int x, int
     if (shown.fault.empty()) {
         shown.panel.show(canvas);
     } else {
-        canvas.Text(width / 2, height / 2 - 4, 13, Face::Regular, kFaint, "asks for more of a picture:", Align::Centre);
+        canvas.Text(width / 2, height / 2 - 4, 13, Face::Regular, kFaint, "this picture is too small:", Align::Centre);
         canvas.Text(width / 2, height / 2 + 14, 12, Face::Regular, kFaint, shown.fault, Align::Centre);
     }
     sheet.Place(canvas.image(), x, y);
