@@ -50,14 +50,18 @@ void AddReduced(const Scene& scene, std::vector<Panel>& panels)
                       }});
 }
 
+// Smoothed edges are mixed with what lies around them, so that it is laid anew for each run.
+void Clear(Image& image) { Check(vekiSet_8u_C3R(kMat.data(), image.samples.data(), image.step(), SizeOf(image)), "fill"); }
+
 void AddRotated(const Scene& scene, std::vector<Panel>& panels)
 {
     double bound[4];
     Check(vekiGetRotateBound(RectOf(scene.rgb), bound, kAngle, 0, 0), "bound");
-    const auto out = std::make_shared<Image>(Canvas((int)std::ceil(bound[2] - bound[0]) + 3, (int)std::ceil(bound[3] - bound[1]) + 3, kMat).image());
+    const auto out = std::make_shared<Image>((int)std::ceil(bound[2] - bound[0]) + 3, (int)std::ceil(bound[3] - bound[1]) + 3, 3);
     const double xShift = 1 - bound[0], yShift = 1 - bound[1];
     panels.push_back({"geometry", "Rotated by 24 degrees", "vekiRotate_8u_C3R",
                       [&scene, out, xShift, yShift] {
+                          Clear(*out);
                           Check(vekiRotate_8u_C3R(scene.rgb.samples.data(), scene.size(), scene.rgb.step(), RectOf(scene.rgb), out->samples.data(), out->step(), RectOf(*out), kAngle, xShift,
                                                   yShift, InterCubic | SmoothEdgeFlag),
                                 "rotation");
@@ -86,11 +90,11 @@ void AddWarps(const Scene& scene, std::vector<Panel>& panels)
 {
     const double w = scene.rgb.width - 1, h = scene.rgb.height - 1;
     const auto source = std::make_shared<Image>(WithGrid(scene.rgb));
-    const Image empty = Canvas(scene.rgb.width, scene.rgb.height, kMat).image();
-    const auto far = std::make_shared<Image>(empty), bent = std::make_shared<Image>(empty);
+    const ImagePointer far = NewImage(scene, 3), bent = NewImage(scene, 3);
     constexpr Vek32s kInterpolation = InterLinear | SmoothEdgeFlag;
     panels.push_back({"geometry", "Perspective", "vekiWarpPerspective_8u_C3R",
                       [source, far, w, h] {
+                          Clear(*far);
                           const double quad[4][2] = {{0.32 * w, 0.04 * h}, {0.76 * w, 0.13 * h}, {0.99 * w, 0.97 * h}, {0.01 * w, 0.85 * h}};
                           double coefficients[3][3];
                           Check(vekiGetPerspectiveTransform(RectOf(*source), quad, coefficients), "quadrangle");
@@ -101,6 +105,7 @@ void AddWarps(const Scene& scene, std::vector<Panel>& panels)
                       [far](Canvas& canvas) { ShowWhole(canvas, *far); }});
     panels.push_back({"geometry", "Bilinear warp", "vekiWarpBilinear_8u_C3R",
                       [source, bent, w, h] {
+                          Clear(*bent);
                           const double quad[4][2] = {{0.32 * w, 0.04 * h}, {0.76 * w, 0.13 * h}, {0.99 * w, 0.97 * h}, {0.01 * w, 0.85 * h}};
                           double coefficients[2][4];
                           Check(vekiGetBilinearTransform(RectOf(*source), quad, coefficients), "quadrangle");
