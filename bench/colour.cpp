@@ -84,26 +84,24 @@ void RegisterColour(Size size)
     convert("colour_420_to_bgr", area * 9 / 2, planes, out, cv::COLOR_YUV2BGR_I420);
 #endif
 #ifdef UVEK_HAVE_LIBYUV
-    for (const bool held : {false, true}) {
-        const int flags = held ? ~(libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasSSE42 | libyuv::kCpuHasERMS | libyuv::kCpuHasFMA3) & 0xffff : -1;
-        const auto call = [&](const char* operation, int64_t bytes, auto work) {
-            Register(operation, held ? "libyuv_sse41" : "libyuv", -1, name, bytes, [=, &c] {
-                MaskYuv(flags);
-                work(c);
-            });
-        };
-        call("colour_gray", area * 4, [](Case& k) { libyuv::RAWToJ400(k.rgb.data(), k.rgb.step(), k.y.data(), k.y.step(), k.size.width, k.size.height); });
-        call("colour_gray_ac4", area * 5, [](Case& k) { libyuv::ABGRToJ400(k.four.data(), k.four.step(), k.y.data(), k.y.step(), k.size.width, k.size.height); });
-        call("colour_rgb_to_420", area * 9 / 2, [](Case& k) {
-            libyuv::RAWToI420(k.rgb.data(), k.rgb.step(), k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.size.width, k.size.height);
+    const int flags = PeersAreHeld() ? ~(libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasSSE42 | libyuv::kCpuHasERMS | libyuv::kCpuHasFMA3) & 0xffff : -1;
+    const auto call = [&](const char* operation, int64_t bytes, auto work) {
+        Register(operation, "libyuv", -1, name, bytes, [=, &c] {
+            MaskYuv(flags);
+            work(c);
         });
-        call("colour_420_to_bgr", area * 9 / 2, [](Case& k) {
-            libyuv::I420ToRGB24(k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.out.data(), k.out.step(), k.size.width, k.size.height);
-        });
-        call("colour_422_weave", area * 4, [](Case& k) {
-            libyuv::I422ToYUY2(k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.four.data(), k.y.step() * 2, k.size.width, k.size.height);
-        });
-    }
+    };
+    call("colour_gray", area * 4, [](Case& k) { libyuv::RAWToJ400(k.rgb.data(), k.rgb.step(), k.y.data(), k.y.step(), k.size.width, k.size.height); });
+    call("colour_gray_ac4", area * 5, [](Case& k) { libyuv::ABGRToJ400(k.four.data(), k.four.step(), k.y.data(), k.y.step(), k.size.width, k.size.height); });
+    call("colour_rgb_to_420", area * 9 / 2, [](Case& k) {
+        libyuv::RAWToI420(k.rgb.data(), k.rgb.step(), k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.size.width, k.size.height);
+    });
+    call("colour_420_to_bgr", area * 9 / 2, [](Case& k) {
+        libyuv::I420ToRGB24(k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.out.data(), k.out.step(), k.size.width, k.size.height);
+    });
+    call("colour_422_weave", area * 4, [](Case& k) {
+        libyuv::I422ToYUY2(k.y.data(), k.y.step(), k.cb.data(), k.cb.step() / 2, k.cr.data(), k.cr.step() / 2, k.four.data(), k.y.step() * 2, k.size.width, k.size.height);
+    });
 #endif
 }
 

@@ -102,30 +102,27 @@ void RegisterColour(Size size)
     Register("jpeg_down_h2v2", "opencv", -1, name, area + area / 4, [=]() mutable { cv::resize(luma, small, small.size(), 0, 0, cv::INTER_AREA); });
 #endif
 #ifdef UVEK_HAVE_LIBYUV
-    for (const bool held : {false, true}) {
-        const std::string peer = held ? "libyuv_sse41" : "libyuv";
-        const int flags = held ? ~(libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasSSE42 | libyuv::kCpuHasERMS | libyuv::kCpuHasFMA3) & 0xffff : -1;
-        const auto call = [&](const std::string& operation, int64_t bytes, auto&& work) {
-            Register(operation, peer, -1, name, bytes, [=] {
-                MaskYuv(flags);
-                work();
-            });
-        };
-        Vek8u* const y = planes.y.data();
-        Vek8u* const cb = planes.cb.data();
-        Vek8u* const cr = planes.cr.data();
-        Vek8u* const p = rgb.data();
-        Vek8u* const q = out.data();
-        Vek8u* const k = black.data();
-        call("jpeg_rgb_to_y", area * 4, [=] { libyuv::RAWToJ400(p, 3 * step, y, step, size.width, size.height); });
-        call("jpeg_ycbcr_to_rgb", area * 6, [=] {
-            libyuv::I444ToRGB24Matrix(y, step, cr, step, cb, step, q, 3 * step, &libyuv::kYvuJPEGConstants, size.width, size.height);
+    const int flags = PeersAreHeld() ? ~(libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasSSE42 | libyuv::kCpuHasERMS | libyuv::kCpuHasFMA3) & 0xffff : -1;
+    const auto call = [&](const std::string& operation, int64_t bytes, auto&& work) {
+        Register(operation, "libyuv", -1, name, bytes, [=] {
+            MaskYuv(flags);
+            work();
         });
-        call("jpeg_down_h2v2", area + area / 4, [=] { libyuv::ScalePlane(y, step, size.width, size.height, k, step, size.width / 2, size.height / 2, libyuv::kFilterBox); });
-        call("jpeg_down_h2v1", area + area / 2, [=] { libyuv::ScalePlane(y, step, size.width, size.height, k, step, size.width / 2, size.height, libyuv::kFilterBox); });
-        call("jpeg_up_h2v1", area + area / 2, [=] { libyuv::ScalePlane(y, step, size.width / 2, size.height, k, step, size.width, size.height, libyuv::kFilterLinear); });
-        call("jpeg_up_h2v2", area + area / 4, [=] { libyuv::ScalePlane(y, step, size.width / 2, size.height / 2, k, step, size.width, size.height, libyuv::kFilterBilinear); });
-    }
+    };
+    Vek8u* const y = planes.y.data();
+    Vek8u* const cb = planes.cb.data();
+    Vek8u* const cr = planes.cr.data();
+    Vek8u* const p = rgb.data();
+    Vek8u* const q = out.data();
+    Vek8u* const k = black.data();
+    call("jpeg_rgb_to_y", area * 4, [=] { libyuv::RAWToJ400(p, 3 * step, y, step, size.width, size.height); });
+    call("jpeg_ycbcr_to_rgb", area * 6, [=] {
+        libyuv::I444ToRGB24Matrix(y, step, cr, step, cb, step, q, 3 * step, &libyuv::kYvuJPEGConstants, size.width, size.height);
+    });
+    call("jpeg_down_h2v2", area + area / 4, [=] { libyuv::ScalePlane(y, step, size.width, size.height, k, step, size.width / 2, size.height / 2, libyuv::kFilterBox); });
+    call("jpeg_down_h2v1", area + area / 2, [=] { libyuv::ScalePlane(y, step, size.width, size.height, k, step, size.width / 2, size.height, libyuv::kFilterBox); });
+    call("jpeg_up_h2v1", area + area / 2, [=] { libyuv::ScalePlane(y, step, size.width / 2, size.height, k, step, size.width, size.height, libyuv::kFilterLinear); });
+    call("jpeg_up_h2v2", area + area / 4, [=] { libyuv::ScalePlane(y, step, size.width / 2, size.height / 2, k, step, size.width, size.height, libyuv::kFilterBilinear); });
 #endif
 #ifdef UVEK_HAVE_TURBOJPEG
     static tjhandle const encoder = tjInitCompress(), decoder = tjInitDecompress();

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ inline void UseTier(int tier)
     vekTierIndex = tier;
     FillSlots(vekSlotRecords, vekSlotRecordCount, vekSlotWaterfall[tier]);
 }
+
+// Whether this run holds its peers to SSE4.1: for those that take no such order from the environment.
+inline bool PeersAreHeld() { return std::getenv("UVEK_BENCH_HELD") != nullptr; }
 
 // A 64-byte aligned packed image of smooth waves with some grain, alike for every peer.
 template <typename T>

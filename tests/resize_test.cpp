@@ -57,7 +57,7 @@ RefTap TapAt(const RefAxis& axis, int k, int interpolation)
     const double p = axis.at[k];
     int i = (int)(p + 1e-7);
     if (interpolation == InterNearest)
-        return {axis.shift == 0 ? std::min(i, axis.region - 1) : std::min(i, axis.end() - 1), 0, 0};
+        return {axis.shift == 0 && !axis.steps ? std::min(i, axis.region - 1) : std::min(i, axis.end() - 1), 0, 0};
     if (interpolation == InterLinear)
         return i == axis.end() - 1 ? RefTap{i - 1, 16384, 1.0f} : RefTap{i, (int)((p - i) * 16384 + 1e-7), (float)(p - i)};
     if (interpolation == InterCubic) {
@@ -306,6 +306,34 @@ TEST_P(ResizeTest, PositionsFarOutsideReadTheImagesEdge)
                     EXPECT_EQ(shift < 0 ? 10 : 200, destination.at(3, 3, 1)) << interpolation << " " << shift;
                 }
             }
+}
+
+TEST_P(ResizeTest, NearestByStepsMayLeaveTheRegionYetNotTheImage)
+{
+    // Two destination pixels of step 2 stand at source pixels 1 and 3 of a region of three.
+    GuardedImage<Vek8u, 3> source(6, 6), destination(2, 2);
+    source.Fill([n = 0]() mutable { return (Vek8u)(n++ / 3); });
+    for (const auto& [origin, second] : {std::pair{1, 4}, {2, 5}, {3, 5}}) {
+        ASSERT_EQ(StatusOk, vekiResizeShift_8u_C3R(source.data(), source.size(), source.step(), {origin, origin, 3, 3}, destination.data(),
+                                                   destination.step(), destination.size(), 2, 2, 0, 0, InterNearest));
+        EXPECT_EQ((origin + 1) * 7, destination.at(0, 0, 0));
+        EXPECT_EQ(second * 7, destination.at(1, 1, 0));
+    }
+}
+
+TEST_P(ResizeTest, AreasOfRowsThatOverlapEndWithTheLastRow)
+{
+    // A step of one byte: every row is the row before moved by a pixel. The rows end at the guard page.
+    constexpr int kWidth = 24, kHeight = 9;
+    GuardedImage<Vek8u> line(kWidth + kHeight - 1, 1), rows(kWidth, kHeight), fromLine(12, 4), fromRows(12, 4);
+    line.Fill([n = 0]() mutable { return (Vek8u)(n += 7); });
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x)
+            rows.set(x, y, 0, line.at(x + y, 0));
+    const VekImageRect roi = {0, 0, kWidth, kHeight};
+    ASSERT_EQ(StatusOk, vekiResize_8u_C1R(line.data(), {kWidth, kHeight}, 1, roi, fromLine.data(), fromLine.step(), fromLine.size(), 0.5, 0.5, InterSuper));
+    ASSERT_EQ(StatusOk, vekiResize_8u_C1R(rows.data(), rows.size(), rows.step(), roi, fromRows.data(), fromRows.step(), fromRows.size(), 0.5, 0.5, InterSuper));
+    EXPECT_EQ(fromRows, fromLine);
 }
 
 TEST_P(ResizeTest, LanczosRowsAboveAShiftedFirstRowAreThatRow)

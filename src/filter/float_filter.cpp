@@ -61,47 +61,54 @@ struct Sums {
     F a, b, c, d;
 };
 
-inline void AddTap(Sums& s, const Vek32f* p, F coefficient)
+inline Sums Products(const Vek32f* p, F coefficient)
 {
-    s.a = Add(s.a, Mul(LoadU(p), coefficient));
-    s.b = Add(s.b, Mul(LoadU(p + 4), coefficient));
-    s.c = Add(s.c, Mul(LoadU(p + 8), coefficient));
-    s.d = Add(s.d, Mul(LoadU(p + 12), coefficient));
+    return {Mul(LoadU(p), coefficient), Mul(LoadU(p + 4), coefficient), Mul(LoadU(p + 8), coefficient), Mul(LoadU(p + 12), coefficient)};
 }
 
-// width: that of the kernel, or 0 where it is not known beforehand.
-template <int width>
-inline void AddRow(Sums& s, const Vek32f* p, const Vek32f* k, Vek32s kernelWidth, Vek32s pixel)
+inline void AddTo(Sums& s, const Sums& t) { s = {Add(s.a, t.a), Add(s.b, t.b), Add(s.c, t.c), Add(s.d, t.d)}; }
+
+// taps: those of the row still to add, or 0 where they are not known beforehand and `kernelWidth` tells.
+template <int taps>
+inline void AddTaps(Sums& s, const Vek32f* p, const Vek32f* k, Vek32s kernelWidth, Vek32s pixel)
 {
-    if constexpr (width > 0) {
-        AddTap(s, p, LoadA(k));
-        if constexpr (width > 1)
-            AddRow<width - 1>(s, p + pixel, k + 4, kernelWidth, pixel);
+    if constexpr (taps > 0) {
+        AddTo(s, Products(p, LoadA(k)));
+        if constexpr (taps > 1)
+            AddTaps<taps - 1>(s, p + pixel, k + 4, kernelWidth, pixel);
     } else {
         for (Vek32s n = 0; n < kernelWidth; ++n)
-            AddTap(s, p + (int64_t)n * pixel, LoadA(k + 4 * (int64_t)n));
+            AddTo(s, Products(p + (int64_t)n * pixel, LoadA(k + 4 * (int64_t)n)));
     }
+}
+
+// A sum begins with its first product: only the sign of a zero tells it from a sum that begins with 0,
+// and no byte shows that.
+template <int width>
+inline Sums RowSums(const Vek32f* p, const Vek32f* k, Vek32s kernelWidth, Vek32s pixel)
+{
+    Sums s = Products(p, LoadA(k));
+    AddTaps<(width > 0 ? width - 1 : 0)>(s, p + pixel, k + 4, kernelWidth - 1, pixel);
+    return s;
 }
 
 template <Order order, int width>
 inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, VekImageSize kernel, Vek32s pixel)
 {
-    Sums s = {ZeroF(), ZeroF(), ZeroF(), ZeroF()};
     const Vek32f* k = ring.coefficients;
     const Vek32f* row = ring.rows + oldest * ring.stride + x;
-    for (Vek32s m = 0, r = oldest; m < kernel.height; ++m, k += 4 * (int64_t)kernel.width) {
-        if constexpr (order == Order::ByRow) {
-            Sums t = {ZeroF(), ZeroF(), ZeroF(), ZeroF()};
-            AddRow<width>(t, row, k, kernel.width, pixel);
-            s = {Add(s.a, t.a), Add(s.b, t.b), Add(s.c, t.c), Add(s.d, t.d)};
-        } else {
-            AddRow<width>(s, row, k, kernel.width, pixel);
-        }
+    Sums s = RowSums<width>(row, k, kernel.width, pixel);
+    for (Vek32s m = 1, r = oldest; m < kernel.height; ++m) {
+        k += 4 * (int64_t)kernel.width;
         row += ring.stride;
         if (++r == kernel.height) {
             r = 0;
             row = ring.rows + x;
         }
+        if constexpr (order == Order::ByRow)
+            AddTo(s, RowSums<width>(row, k, kernel.width, pixel));
+        else
+            AddTaps<width>(s, row, k, kernel.width, pixel);
     }
     StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s.a), RoundBlock(s.b)), Pack32sTo16s(RoundBlock(s.c), RoundBlock(s.d))));
 }

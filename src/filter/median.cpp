@@ -1,7 +1,7 @@
 // The window median. Small windows go through networks of minima and maxima, others through a
 // histogram that slides along the row.
-#include "filter/copy_region.h"
 #include "filter/median_networks.h"
+#include "image/copy.h"
 #include "uvek/filter.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -211,7 +211,7 @@ VekStatus vekiFilterMedian_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst
 
     const Vek8u* src = Offset(pSrc, -(int64_t)anchor.y * srcStep - anchor.x);
     if (Is(maskSize, 1, 1)) {
-        CopyRegion(src, srcStep, pDst, dstStep, dstRoiSize);
+        CopyRegion(src, srcStep, pDst, dstStep, dstRoiSize.width, dstRoiSize.height, 1);
         return StatusOk;
     }
     if (kBlocks && Is(maskSize, 5, 5) && dstRoiSize.width >= 16) {

@@ -1,9 +1,9 @@
 // The window maximum. Blocks do large masks in passes whose number does not depend on the mask: a row's maxima
 // of up to 16 samples by doubling, those of longer runs and those of columns by the two-sided scan of
 // van Herk (1992) and Gil and Werman (1993).
-#include "filter/copy_region.h"
 #include "frame/memory.h"
 #include "frame/simd.h"
+#include "image/copy.h"
 #include "uvek/filter.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -229,7 +229,7 @@ VekStatus vekiFilterMax_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, V
         return StatusBadAnchor;
 
     if (maskSize.width == 1 && maskSize.height == 1) {
-        CopyRegion(pSrc, srcStep, pDst, dstStep, dstRoiSize);
+        CopyRegion(pSrc, srcStep, pDst, dstStep, dstRoiSize.width, dstRoiSize.height, 1);
         return StatusOk;
     }
     const Window w = {Offset(pSrc, -(int64_t)anchor.y * srcStep - anchor.x), srcStep, dstRoiSize, maskSize};

@@ -13,19 +13,6 @@ void MovePixel(Vek8u* dst, const Vek8u* src)
     memcpy(dst, src, pixelBytes);
 }
 
-inline V ReverseWords(V v)
-{
-    return Permute32<2, 3, 0, 1>(PermuteHigh16<3, 2, 1, 0>(PermuteLow16<3, 2, 1, 0>(v)));
-}
-
-inline V ReverseBytes(V v)
-{
-    if constexpr (kHasByteShuffle)
-        return Shuffle8(v, Lanes8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
-    else
-        return ReverseWords(Or(ShiftLeft16<8>(v), ShiftRight16u<8>(v)));
-}
-
 // src: the last pixel of the source row.
 template <int pixelBytes>
 void ReverseRow(const Vek8u* src, Vek8u* dst, Vek32s width)
@@ -35,13 +22,19 @@ void ReverseRow(const Vek8u* src, Vek8u* dst, Vek32s width)
         constexpr int pixels = 16 / pixelBytes;
         for (; width - x >= pixels; x += pixels) {
             const V v = LoadU(src - (int64_t)(x + pixels - 1) * pixelBytes);
-            StoreU(dst + (int64_t)x * pixelBytes, pixelBytes == 1 ? ReverseBytes(v) : pixelBytes == 2 ? ReverseWords(v) : Permute32<3, 2, 1, 0>(v));
+            StoreU(dst + (int64_t)x * pixelBytes, pixelBytes == 1 ? Reverse8(v) : pixelBytes == 2 ? Reverse16(v) : Permute32<3, 2, 1, 0>(v));
         }
     } else if constexpr (kHasByteShuffle && pixelBytes == 3) {
         // Five pixels end the register, a byte of a sixth begins it; the sixth's place is written twice.
         const V order = Lanes8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0);
         for (; width - x >= 6; x += 5)
             StoreU(dst + (int64_t)x * 3, Shuffle8(LoadU(src - (int64_t)x * 3 - 13), order));
+    } else if constexpr (kBlocks && pixelBytes == 3) {
+        // Words of four bytes, of which the next pixel overwrites the last.
+        if (width > 0)
+            MovePixel<3>(dst, src);
+        for (x = 1; x < width - 1; ++x)
+            MovePixel<4>(dst + (int64_t)x * 3, src - (int64_t)x * 3);
     }
     for (; x < width; ++x)
         MovePixel<pixelBytes>(dst + (int64_t)x * pixelBytes, src - (int64_t)x * pixelBytes);

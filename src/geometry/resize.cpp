@@ -20,6 +20,9 @@ VekStatus MapScaled(Axis& axis, Vek32s wanted, bool nearest)
         return StatusResizeTooSmall;
     else
         axis.length = 1;
+    // A scaled length of a half would take the pixel behind the region. A shift may leave the region, yet
+    // never the image.
+    axis.bound = axis.shift == 0 ? axis.region - 1 : axis.last();
     if (nearest)
         axis.step = 1 / axis.factor;
     else
@@ -29,11 +32,8 @@ VekStatus MapScaled(Axis& axis, Vek32s wanted, bool nearest)
 
 void NearestTable(const Axis& axis, Vek32s stride, Vek32s* index)
 {
-    // A scaled length of a half would take the pixel behind the region. A shift may leave the region, yet
-    // never the image.
-    const Vek32s last = axis.shift == 0 ? axis.region - 1 : axis.last();
     ForEachPosition(axis, axis.shift + 0.5 * axis.step,
-                    [&](Vek32s k, Vek64f, Vek32s i) { index[k] = Clamp(i, -axis.origin, last) * stride; });
+                    [&](Vek32s k, Vek64f, Vek32s i) { index[k] = Clamp(i, -axis.origin, axis.bound) * stride; });
 }
 
 bool LinearTable(const Axis& axis, Vek32s stride, Vek32s* index, Vek16u* weight)
@@ -84,6 +84,7 @@ constexpr Vek32s kPixelBytes[kSampleKinds] = {1, 3, 4, 4};
 void MapSteps(Axis& axis, Vek32s wanted, bool nearest)
 {
     axis.step = axis.factor;
+    axis.bound = axis.last();
     const Vek64f reach = (nearest ? axis.region : axis.region - 1) / axis.factor + kPositionSlack;
     const Vek32s steps = TruncateToInt(reach);
     // Nearest keeps the comparison of the others, although its length is the steps themselves.
@@ -131,8 +132,8 @@ ResizeJob JobOf(const ResizeRequest& request)
         job.srcStep &= ~3;
         job.dstStep &= ~3;
     }
-    job.x = {request.srcSize.width, roi.x, roi.width, request.xFactor, request.xShift, 0, 0};
-    job.y = {request.srcSize.height, roi.y, roi.height, request.yFactor, request.yShift, 0, 0};
+    job.x = {request.srcSize.width, roi.x, roi.width, request.xFactor, request.xShift, 0, 0, 0};
+    job.y = {request.srcSize.height, roi.y, roi.height, request.yFactor, request.yShift, 0, 0, 0};
     return job;
 }
 

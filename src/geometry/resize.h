@@ -40,6 +40,7 @@ struct Axis {
     Vek64f shift;   // position of destination pixel 0
     Vek64f step;    // from one destination pixel to the next
     Vek32s length;  // destination pixels that are written
+    Vek32s bound;   // the last pixel that nearest takes
 
     Vek32s last() const { return image - origin - 1; }  // the image's last pixel
 };

@@ -214,8 +214,8 @@ VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
     job.srcStep = srcStep;
     job.dst = pDst;
     job.dstStep = dstStep;
-    job.luma = {srcSize.width, srcRoi.x, width, xFactor, 0, 0, 0};
-    job.y = {srcSize.height, srcRoi.y, height, yFactor, 0, 0, 0};
+    job.luma = {srcSize.width, srcRoi.x, width, xFactor, 0, 0, 0, width - 1};
+    job.y = {srcSize.height, srcRoi.y, height, yFactor, 0, 0, 0, 0};
     VekStatus status = MapWidth(job.luma, dstRoiSize.width);
     if (status == StatusOk)
         status = MapScaled(job.y, dstRoiSize.height, interpolation == InterNearest);
@@ -226,7 +226,7 @@ VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
 
     job.pairs = job.luma.length / 2;
     job.luma.length = 2 * job.pairs;
-    job.chroma = {srcSize.width / 2, srcRoi.x / 2, width / 2, xFactor, 0, 0, job.pairs};
+    job.chroma = {srcSize.width / 2, srcRoi.x / 2, width / 2, xFactor, 0, 0, job.pairs, width / 2 - 1};
     if (interpolation == InterNearest) {
         job.luma.step = job.chroma.step = 1 / xFactor;
         return Nearest(job);

@@ -67,42 +67,6 @@ void CopyRowPlain(const Vek8u* src, Vek8u* dst, int64_t bytes, int sampleBytes)
         dst[x] = src[x];
 }
 
-// ---- Tier 1 ----
-
-template <bool stream>
-void CopyRowAligned(const Vek8u* src, Vek8u* dst, int64_t bytes)
-{
-    if (bytes >= 64) {
-        const int64_t head = (int64_t)(-(uintptr_t)dst & 15);
-        if (head != 0) {
-            StoreU(dst, LoadU(src));
-            src += head;
-            dst += head;
-            bytes -= head;
-        }
-        for (; bytes >= 64; bytes -= 64, src += 64, dst += 64)
-            Copy64<stream>(src, dst);
-        if (stream)
-            Fence();
-    }
-    for (; bytes >= 8; bytes -= 8, src += 8, dst += 8)
-        CopySample<int64_t>(src, dst);
-    if (bytes & 4) {
-        CopySample<Vek32u>(src, dst);
-        src += 4;
-        dst += 4;
-    }
-    if (bytes & 2) {
-        CopySample<Vek16u>(src, dst);
-        src += 2;
-        dst += 2;
-    }
-    if (bytes & 1)
-        *dst = *src;
-}
-
-// ---- Tiers 2 and 3 ----
-
 // Less than 64 bytes.
 inline void CopyTail(const Vek8u* src, Vek8u* dst, int64_t bytes)
 {
@@ -134,6 +98,31 @@ inline void CopyTail(const Vek8u* src, Vek8u* dst, int64_t bytes)
     if (bytes & 1)
         *dst = *src;
 }
+
+// ---- Tier 1 ----
+
+template <bool stream>
+void CopyRowAligned(const Vek8u* src, Vek8u* dst, int64_t bytes)
+{
+    if (bytes >= 64) {
+        const int64_t head = (int64_t)(-(uintptr_t)dst & 15);
+        if (head != 0) {
+            StoreU(dst, LoadU(src));
+            src += head;
+            dst += head;
+            bytes -= head;
+        }
+        for (; bytes >= 64; bytes -= 64, src += 64, dst += 64)
+            Copy64<stream>(src, dst);
+        if (stream)
+            Fence();
+    }
+    for (; bytes >= 8; bytes -= 8, src += 8, dst += 8)
+        CopySample<int64_t>(src, dst);
+    CopyTail(src, dst, bytes);
+}
+
+// ---- Tiers 2 and 3 ----
 
 // Less than 64 bytes, the last three at most from the end backward.
 inline void CopyShortRow(const Vek8u* src, Vek8u* dst, int64_t bytes)

@@ -185,13 +185,13 @@ V GatherPairs(const Vek16s* row, const Vek32s* position)
 }
 
 // Position i alone is taken by the last sample if its neighbour lies outside.
-struct Place {
+struct SourceSample {
     Vek32s i;
     Vek32f fraction;
     bool alone;
 };
 
-Place PlaceOf(Vek32s x, Vek32s count, Vek32f rate, Vek32s length)
+SourceSample SampleAt(Vek32s x, Vek32s count, Vek32f rate, Vek32s length)
 {
     const Vek32f u = (Vek32f)x * rate;
     const Vek32s i = Truncate(u);
@@ -234,7 +234,7 @@ void Interpolate(Smoothing& s, Vek8u* pDst, Vek32s dstStep, VekImageSize dstSize
     const Vek32f rate = layer.head.rate;
     bool lastAlone = false;
     for (Vek32s x = 0; x < dstSize.width; ++x) {
-        const Place place = PlaceOf(x, dstSize.width, rate, s.size.width);
+        const SourceSample place = SampleAt(x, dstSize.width, rate, s.size.width);
         layer.position[x] = place.i;
         layer.fraction[x] = place.fraction;
         lastAlone = place.alone;
@@ -249,7 +249,7 @@ void Interpolate(Smoothing& s, Vek8u* pDst, Vek32s dstStep, VekImageSize dstSize
     };
     for (Vek32s y = 0; y < dstSize.height; ++y) {
         Vek8u* const dst = Row(pDst, dstStep, y);
-        const Place place = PlaceOf(y, dstSize.height, rate, s.size.height);
+        const SourceSample place = SampleAt(y, dstSize.height, rate, s.size.height);
         const Vek16s* const upper = line(place.i);
         if (place.alone)
             for (Vek32s x = 0; x < dstSize.width; ++x)

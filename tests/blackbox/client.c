@@ -26,6 +26,30 @@ static const char* LoadAddress(void)
 #endif
 }
 
+/* Transfers so large that they ask the processor for its cache and may go around it. */
+static int LargeTransfersArrive(void)
+{
+    enum { WIDTH = 3001, HEIGHT = 6001, STEP = 3011, BYTES = STEP * HEIGHT };
+    const VekImageSize size = {WIDTH, HEIGHT};
+    Vek8u *from = (Vek8u*)malloc(BYTES), *to = (Vek8u*)malloc(BYTES);
+    int x, y, good = from && to;
+    if (good) {
+        for (x = 0; x < BYTES; ++x)
+            from[x] = (Vek8u)(x * 7 + x / 251);
+        memset(to, 9, BYTES);
+        good = vekiCopy_8u_C1R(from, STEP, to, STEP, size) == StatusOk;
+        for (y = 0; y < HEIGHT; ++y)
+            good = good && !memcmp(from + y * STEP, to + y * STEP, WIDTH) && (y == HEIGHT - 1 || (to[y * STEP + WIDTH] == 9 && to[y * STEP + STEP - 1] == 9));
+        good = good && veksCopy_8u(from, to + 3, BYTES - 3) == StatusOk && !memcmp(from, to + 3, BYTES - 3);
+        good = good && vekiCopy_8u_C1R(from + 1, WIDTH, to, WIDTH, size) == StatusOk && !memcmp(from + 1, to, WIDTH * HEIGHT);
+        good = good && veksSet_8u(77, to + 1, BYTES - 1) == StatusOk && to[1] == 77 && !memcmp(to + 1, to + 2, BYTES - 2);
+        good = good && veksZero_8u(to, BYTES) == StatusOk && to[0] == 0 && !memcmp(to, to + 1, BYTES - 1);
+    }
+    free(from);
+    free(to);
+    return good;
+}
+
 int main(int argc, char** argv)
 {
     const char* base = LoadAddress();
@@ -53,5 +77,7 @@ int main(int argc, char** argv)
             return 5;
         vekiFree(image);
     }
+    if (!LargeTransfersArrive())
+        return 6;
     return 0;
 }

@@ -186,6 +186,58 @@ const SimdOp kOps[] = {
             sum += Read<Vek32u>(in, i);
         Put((Vek32u*)out, sum);
     }),
+    LANES(Min16s, Vek16s, Vek16s, Min(a, b)),
+    LANES(Max16s, Vek16s, Vek16s, Max(a, b)),
+    FREE("SumPairs8u", { StoreU(out, SumPairs8u(LoadU(in))); }, {
+        for (int i = 0; i < 8; ++i)
+            Put((Vek16u*)out + i, (Vek16u)(in[2 * i] + in[2 * i + 1]));
+    }),
+    FREE("Reverse", { StoreU(out, Reverse8(LoadU(in))); StoreU(out + 16, Reverse16(LoadU(in))); }, {
+        for (int i = 0; i < 16; ++i) {
+            out[i] = in[15 - i];
+            out[16 + i] = in[(7 - i / 2) * 2 + i % 2];
+        }
+    }),
+    FREE("MergeWords", { StoreU(out, MergeWords<0x92, 0x24>(LoadU(in), LoadU(in + 16), LoadU(in + 32))); }, {
+        for (int i = 0; i < 8; ++i)
+            Put((Vek16u*)out + i, Read<Vek16u>(in + (0x24 >> i & 1 ? 32 : 0x92 >> i & 1 ? 16 : 0), i));
+    }),
+    FREE("SelectBySign", { StoreU((Vek32f*)out, SelectBySign(ReadF(in), ReadF(in + 16), ReadF(in + 32))); }, {
+        for (int i = 0; i < 4; ++i)
+            memcpy(out + 4 * i, in + (in[4 * i + 3] & 0x80 ? 16 : 32) + 4 * i, 4);
+    }),
+    // The signed words of three planes stand low half by high half.
+    FREE("ClampInterleave3x8", {
+        V a;
+        V b;
+        V c;
+        ClampInterleave3x8(LoadU(in), LoadU(in + 16), LoadU(in + 8), LoadU(in + 24), LoadU(in + 32), LoadU(in + 40), a, b, c);
+        StoreU(out, a);
+        StoreU(out + 16, b);
+        StoreU(out + 32, c);
+    }, {
+        for (int i = 0; i < 16; ++i)
+            for (int plane = 0; plane < 3; ++plane) {
+                const Vek8u* const words = in + (plane == 2 ? 32 : 8 * plane) + (i < 8 ? 0 : plane == 2 ? 8 : 16);
+                out[3 * i + plane] = Saturate8u(Read<Vek16s>(words, i % 8));
+            }
+    }),
+    FREE("Pixels3x8", {
+        V a;
+        V b;
+        V c;
+        LoadPixels3x8<16>(in, a, b, c);
+        StorePixels3x8<16>(out, a, b, c);
+        LoadPixels3x8<8>(in + 3, a, b, c);
+        StorePixels3x8<8>(out, a, b, c);
+        LoadPixels3x8<4>(in + 1, a, b, c);
+        StoreU(out + 32, a);
+    }, {
+        memcpy(out, in, 48);
+        memcpy(out, in + 3, 24);
+        memset(out + 32, 0, 16);
+        memcpy(out + 32, in + 1, 12);
+    }),
     FREE("SplitWords", { StoreU(out, SplitWords(LoadU(in))); }, {
         for (int i = 0; i < 8; ++i)
             Put((Vek16s*)out + i, Read<Vek16s>(in, i < 4 ? 2 * i : 2 * i - 7));
