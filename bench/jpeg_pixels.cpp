@@ -109,7 +109,12 @@ void RegisterColour(Size size)
             work();
         });
     };
-    Vek8u* const y = planes.y.data(), *const cb = planes.cb.data(), *const cr = planes.cr.data(), *const p = rgb.data(), *const q = out.data(), *const k = black.data();
+    Vek8u* const y = planes.y.data();
+    Vek8u* const cb = planes.cb.data();
+    Vek8u* const cr = planes.cr.data();
+    Vek8u* const p = rgb.data();
+    Vek8u* const q = out.data();
+    Vek8u* const k = black.data();
     call("jpeg_rgb_to_y", area * 4, [=] { libyuv::RAWToJ400(p, 3 * step, y, step, size.width, size.height); });
     call("jpeg_ycbcr_to_rgb", area * 6, [=] {
         libyuv::I444ToRGB24Matrix(y, step, cr, step, cb, step, q, 3 * step, &libyuv::kYvuJPEGConstants, size.width, size.height);

@@ -273,7 +273,7 @@ TEST_P(JpegHuffmanTest, WriterKeepsItsBitsWhenTheBufferIsFull)
     EXPECT_EQ(0x28, one.data()[0]);
     EXPECT_EQ(StatusBitstreamExhausted, e.Block(one, zeros));  // 00 is pending too, 1010 does not fit
     EXPECT_EQ(1, e.position);
-    EXPECT_EQ(0xa00000u, (Vek32u)*(const uint64_t*)e.state.get());
+    EXPECT_EQ(0xa00000u, (Vek32u)(*(const uint64_t*)e.state.get()));
     EXPECT_EQ(6, ((const Vek32s*)e.state.get())[2]);
     EXPECT_EQ(StatusBitstreamExhausted, e.Block(one, nullptr, 1));
     EXPECT_EQ(clear, e.state);

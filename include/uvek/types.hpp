@@ -64,7 +64,9 @@ namespace uvek {
     ROW(warn_odd_size, WarnOddSize, "done, but an odd size was rounded down") \
     ROW(warn_asymmetric_kernel, WarnAsymmetricKernel, "done, but only the kernel's left half was used")
 
+// clang-format off
 enum class [[nodiscard]] status : VekStatus {
+// clang-format on
 #define UVEK_ENUMERATOR(name, value, text) name = value,
     UVEK_STATUSES(UVEK_ENUMERATOR)
 #undef UVEK_ENUMERATOR

@@ -1,4 +1,6 @@
 // Chooses the method for a length and builds its tables.
+#include <math.h>
+
 #include "fourier/dft.h"
 #include "fourier/quarter_sine.h"
 #include "frame/memory.h"

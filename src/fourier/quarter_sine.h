@@ -2,8 +2,6 @@
 #ifndef UVEK_FOURIER_QUARTER_SINE_H
 #define UVEK_FOURIER_QUARTER_SINE_H
 
-#include <math.h>
-
 #include "fourier/lanes.h"
 #include "frame/memory.h"
 
@@ -22,6 +20,22 @@ constexpr Vek64f SineOfTurn(int part, int whole)
         term *= -x * x / ((2.0L * n) * (2.0L * n + 1));
     }
     return (Vek64f)sum;
+}
+
+// Sine and cosine of 0 to pi / 4 by the same series, to three quarters of a unit in the last place. Those
+// of the C runtimes differ in the last bit from one to the next, and so would spectra in double.
+constexpr Vek64f OctantSine(Vek64f x)
+{
+    const Vek64f z = x * x;
+    const Vek64f rest = 1.0 / 362880 + z * (-1.0 / 39916800 + z * (1.0 / 6227020800 + z * (-1.0 / 1307674368000 + z * (1.0 / 355687428096000))));
+    return x + x * (z * (-1.0 / 6 + z * (1.0 / 120 + z * (-1.0 / 5040 + z * rest))));
+}
+
+constexpr Vek64f OctantCosine(Vek64f x)
+{
+    const Vek64f z = x * x, half = 0.5 * z, main = 1 - half;
+    const Vek64f rest = -1.0 / 3628800 + z * (1.0 / 479001600 + z * (-1.0 / 87178291200 + z * (1.0 / 20922789888000)));
+    return main + (((1 - main) - half) + z * (z * (1.0 / 24 + z * (-1.0 / 720 + z * (1.0 / 40320 + z * rest)))));
 }
 
 template <typename T>
@@ -59,8 +73,10 @@ public:
         if (!s)
             return;
         const Vek64f step = kTwoPi / (Vek64f)n;
-        for (int64_t j = 0; j <= quarter; ++j)
-            s[j] = (T)(j <= n / 8 ? sin((Vek64f)j * step) : cos((Vek64f)(quarter - j) * step));
+        for (int64_t j = 0; j <= n / 8; ++j) {
+            s[j] = (T)OctantSine((Vek64f)j * step);
+            s[quarter - j] = (T)OctantCosine((Vek64f)j * step);
+        }
     }
     ~QuarterSine() { ReleaseBlock(owned_); }
     QuarterSine(const QuarterSine&) = delete;

@@ -420,7 +420,7 @@ inline V WidenHigh8s(V v) { return _mm_srai_epi16(_mm_unpackhi_epi8(v, v), 8); }
 inline Vek32s Low32(V v) { return _mm_cvtsi128_si32(v); }
 inline int64_t Low64(V v) { return _mm_cvtsi128_si64(v); }
 template <int lane> inline Vek32s Extract16u(V v) { return _mm_extract_epi16(v, lane); }
-template <int lane> inline V Insert16(V v, Vek32s x) { return _mm_insert_epi16(v, x, lane); }
+template <int lane> inline V Insert16(V v, Vek32s x) { return _mm_insert_epi16(v, (Vek16s)x, lane); }
 
 inline Vek32s Sum32(V v)
 {

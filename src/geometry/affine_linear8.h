@@ -21,7 +21,10 @@ inline F Lerp(F a, F b, F t)
 inline int SampleBlock1(const Vek8u* origin, Vek32s step, const Vek32s (&offset)[4], const Block& block, Vek8u* dst)
 {
     const auto pair = [](const Vek8u* p) { return (Vek32s)Get((const Vek16u*)p); };
-    const Vek8u* const p0 = origin + offset[0], *const p1 = origin + offset[1], *const p2 = origin + offset[2], *const p3 = origin + offset[3];
+    const Vek8u* const p0 = origin + offset[0];
+    const Vek8u* const p1 = origin + offset[1];
+    const Vek8u* const p2 = origin + offset[2];
+    const Vek8u* const p3 = origin + offset[3];
     V pairs = Zero();
     pairs = Insert16<0>(pairs, pair(p0));
     pairs = Insert16<1>(pairs, pair(p1));

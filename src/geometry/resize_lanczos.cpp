@@ -49,7 +49,7 @@ Vek32f Lookup(Vek32f x)
         return 0;
     const Vek32f a = (Vek32f)((x < 0 ? -(Vek64f)x : (Vek64f)x) * kSteps);
     const Vek32s n = (Vek32s)a;
-    return (kWindow.at[n + 1] - kWindow.at[n]) * (a - n) + kWindow.at[n];
+    return (kWindow.at[n + 1] - kWindow.at[n]) * (a - (Vek32f)n) + kWindow.at[n];
 }
 
 struct Coefficients {
@@ -63,7 +63,7 @@ Coefficients CoefficientsAt(Vek32f f)
     const Vek32f x0 = -2.0f - f;
     Vek32f sum = 0;
     for (int k = 0; k < kTaps; ++k) {
-        c.at[k] = Lookup(x0 + k);
+        c.at[k] = Lookup(x0 + (Vek32f)k);
         sum += c.at[k];
     }
     if (kTier == 0) {  // four at once, by an estimate and a step of Newton's

@@ -90,7 +90,9 @@ template <Layout layout>
     const V gLow = Add16(lumaLow, low.green), gHigh = Add16(lumaHigh, high.green);
     const V bLow = Add16(lumaLow, low.blue), bHigh = Add16(lumaHigh, high.blue);
     Block out;
-    V& a = out.v[0], &b = out.v[1], &c = out.v[2];
+    V& a = out.v[0];
+    V& b = out.v[1];
+    V& c = out.v[2];
     if constexpr (layout == Layout::RGB) {
         ClampInterleave3x8(rLow, rHigh, gLow, gHigh, bLow, bHigh, a, b, c);
     } else if constexpr (layout == Layout::BGR) {

@@ -93,6 +93,8 @@ F ReadF(const Vek8u* in) { return LoadU((const Vek32f*)in); }
 Vek32f SmallFloat(const Vek8u* in, int lane) { return (Vek32f)(Read<Vek16s>(in, lane)) / 64; }
 F SmallFloats(const Vek8u* in) { return LanesF(SmallFloat(in, 0), SmallFloat(in, 1), SmallFloat(in, 2), SmallFloat(in, 3)); }
 
+// An expression among a macro's arguments is taken for a declaration of pointers.
+// clang-format off
 const SimdOp kOps[] = {
     LANES(And, Vek8u, Vek8u, a & b),
     LANES(AndNot, Vek8u, Vek8u, ~a & b),
@@ -279,6 +281,7 @@ const SimdOp kOps[] = {
                 memcpy(out + 4 * (4 * y + x), in + 4 * (4 * x + y), 4);
     }),
 };
+// clang-format on
 
 }  // namespace
 

@@ -86,6 +86,7 @@ Image JoinPlanes(const FrameSize& frame, const std::vector<Plane>& planes, Pixel
 {
     Image image(frame.width, frame.height, (int)planes.size());
     std::vector<RowSource> sources;
+    sources.reserve(planes.size());
     for (const Plane& plane : planes)
         sources.emplace_back(frame, plane);
     const uint8_t* rows[4] = {};

@@ -54,7 +54,7 @@ struct Planes420 {
 
 codec::Bytes ReadRaw(const Arguments& arguments, size_t bytes)
 {
-    const codec::Bytes raw = codec::ReadFile(arguments.in);
+    codec::Bytes raw = codec::ReadFile(arguments.in);
     if (raw.size() < bytes)
         throw codec::Error(arguments.in + ": " + std::to_string(raw.size()) + " bytes, a frame has " + std::to_string(bytes));
     return raw;
