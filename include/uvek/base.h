@@ -14,6 +14,7 @@
 
 UVEK_BEGIN
 
+/* Samples, lengths and steps: the bits, and whether unsigned, signed or floating point. */
 typedef uint8_t Vek8u;
 typedef int8_t Vek8s;
 typedef uint16_t Vek16u;
@@ -25,8 +26,8 @@ typedef double Vek64f;
 
 /* A complex number. */
 typedef struct Vek32fc {
-    Vek32f re;
-    Vek32f im;
+    Vek32f re; /* real part */
+    Vek32f im; /* imaginary part */
 } Vek32fc;
 
 /* The result of a call: 0 success, negative an error (nothing was written, unless the function
@@ -35,21 +36,22 @@ typedef Vek32s VekStatus;
 
 /* A region's size in pixels. */
 typedef struct VekImageSize {
-    Vek32s width;
-    Vek32s height;
+    Vek32s width;  /* columns */
+    Vek32s height; /* rows */
 } VekImageSize;
 
 /* A rectangle in pixels, measured from an image's origin. */
 typedef struct VekImageRect {
-    Vek32s x;
-    Vek32s y;
-    Vek32s width;
-    Vek32s height;
+    Vek32s x;      /* first column */
+    Vek32s y;      /* first row */
+    Vek32s width;  /* columns */
+    Vek32s height; /* rows */
 } VekImageRect;
 
+/* A position in pixels. */
 typedef struct VekPoint {
-    Vek32s x;
-    Vek32s y;
+    Vek32s x; /* column */
+    Vek32s y; /* row */
 } VekPoint;
 
 /* Every status number of the library. */

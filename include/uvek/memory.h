@@ -8,14 +8,14 @@ UVEK_BEGIN
 
 /* What the library is; one constant record for each code tier. */
 typedef struct VekLibVersion {
-    Vek32s versionMajor;
-    Vek32s versionMinor;
-    Vek32s buildSeries;
-    Vek32s buildNumber;
+    Vek32s versionMajor;     /* of the interface */
+    Vek32s versionMinor;     /* of the interface */
+    Vek32s buildSeries;      /* of the build */
+    Vek32s buildNumber;      /* within the series */
     char tierCode[4];        /* "mx", "m7", "u8" or "y8", zero-filled */
-    const char* libraryName;
-    const char* versionText;
-    const char* dateText;
+    const char* libraryName; /* of the tier's code */
+    const char* versionText; /* the numbers above in words */
+    const char* dateText;    /* of the build */
 } VekLibVersion;
 
 /* Allocates `length` bytes at an address that is a multiple of 32. Null when length is below 1 or

@@ -101,16 +101,16 @@ VekStatus veksStdDev_32f(const Vek32f* pSrc, Vek32s len, Vek32f* pResult, Vek32s
    A cascade of sections of order 2, id 0x49493032, is made by the caller: `taps` with (b0, b1, b2, a1, a2)
    and `delay` with two numbers for each section, `order` twice the number of sections, ownsMemory 0. */
 typedef struct VekIirState {
-    Vek32u id;
+    Vek32u id;             /* which of the two forms */
     Vek32f* taps;          /* b[0] .. b[N], a[1] .. a[N], divided by a[0] */
     Vek32f* delay;         /* N + 1 numbers, the last 0 */
-    Vek32s order;
-    Vek32f* firTaps;       /* null in tier 0, as is what follows but for the numbers */
-    Vek32f* feedback;
-    Vek32s sections;
-    Vek32f* sectionRows;
-    Vek32f* blockBuffer;
-    Vek32f* blockBuffer2;
+    Vek32s order;          /* N */
+    Vek32f* firTaps;       /* null in tier 0, as is what follows but for the numbers; b[k], four times each */
+    Vek32f* feedback;      /* what outputs before a block add to its four samples */
+    Vek32s sections;       /* not read: `order` tells */
+    Vek32f* sectionRows;   /* not read */
+    Vek32f* blockBuffer;   /* scratch for a block of samples */
+    Vek32f* blockBuffer2;  /* not read */
     Vek32u ownsMemory;     /* 1: veksIIRFree_32f releases the record */
 } VekIirState;
 
@@ -138,18 +138,18 @@ VekStatus veksIIRFree_32f(VekIirState* pState);
    time. */
 typedef struct VekRandGaussState {
     Vek32u id;             /* 40 */
-    Vek32u seed;
-    Vek32f mean;
-    Vek32f stdDev;
+    Vek32u seed;           /* as it was given */
+    Vek32f mean;           /* of the numbers */
+    Vek32f stdDev;         /* of the numbers */
     Vek32u lcg;            /* congruential generator; starts alike for every seed */
     Vek32u swbA;           /* subtract-with-borrow generator */
-    Vek32u swbB;
-    Vek32u swbC;
+    Vek32u swbB;           /* its second word */
+    Vek32u swbC;           /* its third */
     Vek32s borrow;         /* 0 or -1 */
     Vek32u pairEmpty;      /* 1: numbers come in pairs, and none is left of the last */
-    Vek64f polarFactor;    /* the last pair's factor, and the uniform number of its second one */
-    Vek64f polarSecond;
-    int64_t reserved;
+    Vek64f polarFactor;    /* the last pair's factor */
+    Vek64f polarSecond;    /* the uniform number of the pair's second one */
+    int64_t reserved;      /* no meaning */
 } VekRandGaussState;
 
 /* Makes a state; there is no reseeding, a new seed is a new state. A stdDev of 0 gives `mean` throughout.

@@ -38,9 +38,9 @@ typedef struct VekPyramidLayerState {
     void* lineBuffers;     /* ring of row sums */
     Vek32s kerSize;        /* odd */
     Vek32s width;          /* the source size given at creation */
-    Vek32s height;
+    Vek32s height;         /* likewise */
     Vek32s mode;           /* InterLinear */
-    Vek32f rate;
+    Vek32f rate;           /* from level to level */
 } VekPyramidLayerState;
 
 /* Makes the state for sources up to srcRoiSize. rate: above 1, at most 10. pKernel: kerSize entries (odd, from 3)
@@ -73,7 +73,7 @@ VekStatus vekiPyramidLayerDownFree_8u_C1R(VekPyramidLayerState* pState);
 /* The tracker's window size and its memory. */
 typedef struct VekOpticalFlowState {
     Vek32s width;          /* a level below this width and height has its gradients computed as a whole */
-    Vek32s height;
+    Vek32s height;         /* likewise */
     Vek32s bufferCount;    /* 1 */
     Vek32s reserved;       /* 1 */
     Vek32s hint;           /* kept, without effect */

@@ -1,0 +1,2 @@
+// The second file of its name.
+#include "uvek/filter.h"
