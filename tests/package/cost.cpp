@@ -20,5 +20,5 @@ PAIR(median, (const ConstPlane& s, const Plane& d, VekImageSize mask, VekPoint a
 PAIR(rotate, (const ConstPixels& s, const Pixels& d, double angle), rotate(s, d, angle, 1, 2, InterLinear),
      vekiRotate_8u_C3R(s.data(), s.size(), s.step(), {0, 0, s.width(), s.height()}, d.data(), d.step(), {0, 0, d.width(), d.height()}, angle, 1, 2, InterLinear))
 PAIR(convert, (const span<const Vek8u>& s, const span<Vek32f>& d), convert(s, d), veksConvert_8u32f(s.data(), d.data(), d.length()))
-PAIR(draw, (gauss_random& random, const span<Vek32f>& d), draw(random, d), veksRandGauss_32f(d.data(), d.length(), random.get()))
+PAIR(draw, (const span<Vek32f>& d, gauss_random& random), draw(random, d), veksRandGauss_32f(d.data(), d.length(), random.get()))
 PAIR(forward, (const fft_real& plan, const Vek32f* s, Vek32f* d), forward(plan, s, d), veksFFTFwd_RToCCS_32f(s, d, plan.get(), nullptr))
