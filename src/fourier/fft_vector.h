@@ -40,7 +40,8 @@ template <bool inverse, typename T, typename Form>
 VEK_BUTTERFLY void FusedGroup(Form src, int64_t quarter, T* to, int64_t apart)
 {
     for (int i = 0; i < 4; i += LanesOf<T>::kCount) {
-        auto a = Load(src, i), b = Load(src, i + quarter), c = Load(src, i + 2 * quarter), d = Load(src, i + 3 * quarter);
+        auto a = Held(Load(src, i)), b = Held(Load(src, i + quarter));
+        auto c = Held(Load(src, i + 2 * quarter)), d = Held(Load(src, i + 3 * quarter));
         Butterfly4<inverse>(a, b, c, d);
         StoreLanes(a, b, c, d, to + (i ? apart : 0), apart);
     }
@@ -142,31 +143,90 @@ VEK_BUTTERFLY void Step(Source at, Sink put)
         Step4<inverse>(at, put);
 }
 
-// One stage of a kernel over n elements in blocks of 2^(done + bits).
-template <bool inverse, int bits, typename T, typename Out>
-void KernelStage(Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
+// One stage of a kernel over n elements in blocks of 2^(done + bits). A fixed length is one that the
+// compiler knows: strides become part of the instructions, which is a tenth of the time.
+template <bool inverse, int bits, int fixedLength, typename T, typename Out>
+VEK_BUTTERFLY void StageLoops(Fours<T> in, Out out, int64_t n, int64_t anyLength, const T* twiddles)
 {
     constexpr int kTable = ((1 << bits) - 1) * 8;
+    const int64_t length = fixedLength ? fixedLength : anyLength;
     for (int64_t block = 0; block < n; block += length << bits) {
         const T* roots = twiddles;
         for (int64_t k = 0; k < length; k += 4, roots += kTable)
             for (int half = 0; half < 4; half += LanesOf<T>::kCount)
                 Step<inverse, bits>(
                     [=](int n) __attribute__((always_inline)) {
-                        const auto x = Load(in, block + k + half + ReversedPlace<bits>(n) * length);
-                        return n ? MulRoot<inverse>(x, LoadRoot(roots + half + 8 * (n - 1))) : x;
+                        const auto x = Held(Load(in, block + k + half + ReversedPlace<bits>(n) * length));
+                        if (n == 0)
+                            return x;
+                        const auto root = LoadRoot(roots + half + 8 * (n - 1));
+                        return MulRoot<inverse>(x, bits == 3 ? Held(root) : root);
                     },
                     [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, block + k + half + n * length, x); });
     }
 }
 
-template <bool inverse, typename T, typename Out>
-void KernelStage(bool isRadix8, Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
+template <bool inverse, int bits, int fixedLength, typename T, typename Out>
+void KernelStage(Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
 {
-    if (isRadix8)
-        KernelStage<inverse, 3>(in, out, n, length, twiddles);
+    StageLoops<inverse, bits, fixedLength>(in, out, n, length, twiddles);
+}
+
+// A stage within work memory; that of double precision has no use for a fixed length.
+template <bool inverse, int bits, typename T>
+void InnerStage(Fours<T> data, int64_t n, int64_t length, const T* twiddles)
+{
+    if constexpr (!kIsDouble<T>)
+        switch (length) {
+        case 4: return KernelStage<inverse, bits, 4>(data, data, n, 4, twiddles);
+        case 16: return KernelStage<inverse, bits, 16>(data, data, n, 16, twiddles);
+        case 32: return KernelStage<inverse, bits, 32>(data, data, n, 32, twiddles);
+        }
+    KernelStage<inverse, bits, 0>(data, data, n, length, twiddles);
+}
+
+constexpr Vek32s StageBits(Vek32s order, Vek32s done) { return IsRadix8(order, done) ? 3 : 2; }
+constexpr int64_t StageTableSize(Vek32s done, Vek32s bits) { return (((int64_t)1 << bits) - 1) * 2 << done; }
+
+// All stages from `done` bits on of an order whose plan the compiler unrolls.
+template <bool inverse, Vek32s order, Vek32s done, typename Out>
+VEK_BUTTERFLY void FixedStages(Vek32f* work, Out out, const Vek32f* twiddles)
+{
+    constexpr Vek32s kBits = StageBits(order, done);
+    constexpr int64_t kN = (int64_t)1 << order, kLength = (int64_t)1 << done;
+    const Fours<Vek32f> data{work};
+    if constexpr (done + kBits == order) {
+        StageLoops<inverse, kBits, (int)kLength>(data, out, kN, kLength, twiddles);
+    } else {
+        KernelStage<inverse, kBits, (int)kLength>(data, data, kN, kLength, twiddles);
+        FixedStages<inverse, order, done + kBits>(work, out, twiddles + StageTableSize(done, kBits));
+    }
+}
+
+constexpr Vek32s kLargestFixedOrder = 11;
+
+template <bool inverse, typename Out>
+void SmallKernelStages(Vek32s order, Vek32f* work, Out out, const Vek32f* twiddles)
+{
+    switch (order) {
+    case 4: return FixedStages<inverse, 4, 2>(work, out, twiddles);
+    case 5: return FixedStages<inverse, 5, 2>(work, out, twiddles);
+    case 6: return FixedStages<inverse, 6, 2>(work, out, twiddles);
+    case 7: return FixedStages<inverse, 7, 2>(work, out, twiddles);
+    case 8: return FixedStages<inverse, 8, 2>(work, out, twiddles);
+    case 9: return FixedStages<inverse, 9, 2>(work, out, twiddles);
+    case 10: return FixedStages<inverse, 10, 2>(work, out, twiddles);
+    default: return FixedStages<inverse, kLargestFixedOrder, 2>(work, out, twiddles);
+    }
+}
+
+template <bool inverse, typename T>
+void InnerStage(Vek32s bits, Fours<T> data, int64_t n, int64_t length, const T* twiddles)
+{
+    if (bits == 3)
+        InnerStage<inverse, 3>(data, n, length, twiddles);
     else
-        KernelStage<inverse, 2>(in, out, n, length, twiddles);
+        InnerStage<inverse, 2>(data, n, length, twiddles);
 }
 
 // All stages but the last in work memory: up to blocks that stay in the first-level cache block by
@@ -174,32 +234,35 @@ void KernelStage(bool isRadix8, Fours<T> in, Out out, int64_t n, int64_t length,
 template <bool inverse, typename T, typename Out>
 void KernelStages(Vek32s order, T* work, Out out, const T* twiddles)
 {
+    if constexpr (!kIsDouble<T>)
+        if (order <= kLargestFixedOrder)
+            return SmallKernelStages<inverse>(order, work, out, twiddles);
     constexpr Vek32s kCacheOrder = kIsDouble<T> ? 10 : 11;
-    const auto bitsOf = [order](Vek32s done) { return IsRadix8(order, done) ? 3 : 2; };
-    const auto tableOf = [](Vek32s done, Vek32s bits) { return (((int64_t)1 << bits) - 1) * 2 << done; };
     const int64_t n = (int64_t)1 << order;
 
     Vek32s inner = 2;
-    while (inner + bitsOf(inner) <= Min(kCacheOrder, order - 1))
-        inner += bitsOf(inner);
+    while (inner + StageBits(order, inner) <= Min(kCacheOrder, order - 1))
+        inner += StageBits(order, inner);
     const T* table = twiddles;
     for (int64_t block = 0; block < n; block += (int64_t)1 << inner) {
-        const Fours<T> data = Fours<T>{work}.At(block);
         table = twiddles;
         for (Vek32s done = 2; done < inner;) {
-            const Vek32s bits = bitsOf(done);
-            KernelStage<inverse>(bits == 3, data, data, (int64_t)1 << inner, (int64_t)1 << done, table);
-            table += tableOf(done, bits);
+            const Vek32s bits = StageBits(order, done);
+            InnerStage<inverse>(bits, Fours<T>{work}.At(block), (int64_t)1 << inner, (int64_t)1 << done, table);
+            table += StageTableSize(done, bits);
             done += bits;
         }
     }
     for (Vek32s done = inner; done < order;) {
-        const Vek32s bits = bitsOf(done);
-        if (done + bits == order)
-            KernelStage<inverse>(bits == 3, Fours<T>{work}, out, n, (int64_t)1 << done, table);
+        const Vek32s bits = StageBits(order, done);
+        const int64_t length = (int64_t)1 << done;
+        if (done + bits < order)
+            InnerStage<inverse>(bits, Fours<T>{work}, n, length, table);
+        else if (bits == 3)
+            KernelStage<inverse, 3, 0>(Fours<T>{work}, out, n, length, table);
         else
-            KernelStage<inverse>(bits == 3, Fours<T>{work}, Fours<T>{work}, n, (int64_t)1 << done, table);
-        table += tableOf(done, bits);
+            KernelStage<inverse, 2, 0>(Fours<T>{work}, out, n, length, table);
+        table += StageTableSize(done, bits);
         done += bits;
     }
 }
