@@ -47,9 +47,32 @@ VEK_BUTTERFLY void FusedGroup(Form src, int64_t quarter, T* to, int64_t apart)
     }
 }
 
+// Pairs stay pairs in the butterfly and part in the transpose behind it, two lanes to a register.
+template <bool inverse>
+VEK_BUTTERFLY void FusedLanes(const Vek32f* src, int64_t quarter, Vek32f* to, int64_t apart)
+{
+    F a = LoadU(src), b = LoadU(src + 2 * quarter), c = LoadU(src + 4 * quarter), d = LoadU(src + 6 * quarter);
+    __asm__("" : "+x"(a), "+x"(b), "+x"(c), "+x"(d));
+    const F s02 = Add(a, c), d02 = Sub(a, c), s13 = Add(b, d), d13 = Sub(b, d);
+    const F turned = Xor(Pick<1, 0, 3, 2>(d13, d13), inverse ? LanesF(-0.0f, 0, -0.0f, 0) : LanesF(0, -0.0f, 0, -0.0f));
+    const F x0 = Add(s02, s13), x1 = Add(d02, turned), x2 = Sub(s02, s13), x3 = Sub(d02, turned);
+    const F low01 = UnpackLow(x0, x1), low23 = UnpackLow(x2, x3), high01 = UnpackHigh(x0, x1), high23 = UnpackHigh(x2, x3);
+    StoreA(to, LowHalves(low01, low23));
+    StoreA(to + 4, HighHalves(low01, low23));
+    StoreA(to + 2 * apart, LowHalves(high01, high23));
+    StoreA(to + 2 * apart + 4, HighHalves(high01, high23));
+}
+
+template <bool inverse, typename T>
+VEK_BUTTERFLY void FusedGroup(Pairs<Vek32f> src, int64_t quarter, T* to, int64_t apart)
+{
+    FusedLanes<inverse>(src.p, quarter, to, apart);
+    FusedLanes<inverse>(src.p + 4, quarter, to + apart, apart);
+}
+
 // Inputs p and p + n / 8 give neighbouring groups, one cache line of singles.
 template <bool inverse, typename T, typename Form>
-void FusedFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
+VEK_BUTTERFLY void FusedLoop(Form src, T* work, int64_t n, const Vek32s* table)
 {
     const int64_t quarter = n / 4, apart = n / 16 * 8;
     if (n < 32) {
@@ -61,6 +84,12 @@ void FusedFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
         FusedGroup<inverse>(src.At(p), quarter, to, apart);
         FusedGroup<inverse>(src.At(p + n / 8), quarter, to + 8, apart);
     }
+}
+
+template <bool inverse, typename T, typename Form>
+void FusedFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
+{
+    FusedLoop<inverse>(src, work, n, table);
 }
 
 // The same on data that are reversed already.
@@ -203,20 +232,33 @@ VEK_BUTTERFLY void FixedStages(Vek32f* work, Out out, const Vek32f* twiddles)
     }
 }
 
+template <bool inverse, Vek32s order, typename Form>
+void FixedFirstStage(Form src, Vek32f* work, const Vek32s* table)
+{
+    FusedLoop<inverse>(src, work, (int64_t)1 << order, table);
+}
+
+template <bool inverse, Vek32s order, typename Form, typename Out>
+void FixedKernel(Form src, Vek32f* work, Out out, const Vek32s* table, const Vek32f* twiddles)
+{
+    FixedFirstStage<inverse, order>(src, work, table);
+    FixedStages<inverse, order, 2>(work, out, twiddles);
+}
+
 constexpr Vek32s kLargestFixedOrder = 11;
 
-template <bool inverse, typename Out>
-void SmallKernelStages(Vek32s order, Vek32f* work, Out out, const Vek32f* twiddles)
+template <bool inverse, typename Form, typename Out>
+void SmallKernel(Vek32s order, Form src, Vek32f* work, Out out, const Vek32s* table, const Vek32f* twiddles)
 {
     switch (order) {
-    case 4: return FixedStages<inverse, 4, 2>(work, out, twiddles);
-    case 5: return FixedStages<inverse, 5, 2>(work, out, twiddles);
-    case 6: return FixedStages<inverse, 6, 2>(work, out, twiddles);
-    case 7: return FixedStages<inverse, 7, 2>(work, out, twiddles);
-    case 8: return FixedStages<inverse, 8, 2>(work, out, twiddles);
-    case 9: return FixedStages<inverse, 9, 2>(work, out, twiddles);
-    case 10: return FixedStages<inverse, 10, 2>(work, out, twiddles);
-    default: return FixedStages<inverse, kLargestFixedOrder, 2>(work, out, twiddles);
+    case 4: return FixedKernel<inverse, 4>(src, work, out, table, twiddles);
+    case 5: return FixedKernel<inverse, 5>(src, work, out, table, twiddles);
+    case 6: return FixedKernel<inverse, 6>(src, work, out, table, twiddles);
+    case 7: return FixedKernel<inverse, 7>(src, work, out, table, twiddles);
+    case 8: return FixedKernel<inverse, 8>(src, work, out, table, twiddles);
+    case 9: return FixedKernel<inverse, 9>(src, work, out, table, twiddles);
+    case 10: return FixedKernel<inverse, 10>(src, work, out, table, twiddles);
+    default: return FixedKernel<inverse, kLargestFixedOrder>(src, work, out, table, twiddles);
     }
 }
 
@@ -234,9 +276,6 @@ void InnerStage(Vek32s bits, Fours<T> data, int64_t n, int64_t length, const T* 
 template <bool inverse, typename T, typename Out>
 void KernelStages(Vek32s order, T* work, Out out, const T* twiddles)
 {
-    if constexpr (!kIsDouble<T>)
-        if (order <= kLargestFixedOrder)
-            return SmallKernelStages<inverse>(order, work, out, twiddles);
     constexpr Vek32s kCacheOrder = kIsDouble<T> ? 10 : 11;
     const int64_t n = (int64_t)1 << order;
 
@@ -274,6 +313,19 @@ void FinishKernel(Vek32s order, T* work, Form dst, T scale, const T* twiddles)
         KernelStages<inverse>(order, work, dst, twiddles);
     else
         KernelStages<inverse>(order, work, Scaled<Form, T>{dst, scale}, twiddles);
+}
+
+template <bool inverse, typename T, typename Form>
+void Kernel(Vek32s order, Form src, Form dst, T scale, T* work, const Vek32s* table, const T* twiddles)
+{
+    if constexpr (!kIsDouble<T>)
+        if (order <= kLargestFixedOrder) {
+            if (scale == 1)
+                return SmallKernel<inverse>(order, src, work, dst, table, twiddles);
+            return SmallKernel<inverse>(order, src, work, Scaled<Form, T>{dst, scale}, table, twiddles);
+        }
+    FusedFirstStage<inverse>(src, work, (int64_t)1 << order, table);
+    FinishKernel<inverse>(order, work, dst, scale, twiddles);
 }
 
 // ---- Above one kernel: the outer stages on a tile of columns ----
@@ -450,8 +502,7 @@ template <bool inverse, typename T, typename Form>
 void TransformVector(const FftSpec<T>& spec, Vek32s order, Form src, Form dst, T scale, T* work)
 {
     if (order <= kKernelOrder<T>) {
-        FusedFirstStage<inverse>(src, work, (int64_t)1 << order, spec.bitReversal);
-        FinishKernel<inverse>(order, work, dst, scale, (const T*)spec.kernelTwiddles);
+        Kernel<inverse>(order, src, dst, scale, work, spec.bitReversal, (const T*)spec.kernelTwiddles);
         return;
     }
     const Vek32s k = ColumnBits<T>(order);
@@ -460,8 +511,7 @@ void TransformVector(const FftSpec<T>& spec, Vek32s order, Form src, Form dst, T
         SortIntoRows(src, dst, order, k);
         for (int64_t row = 0; row < (int64_t)1 << k; ++row) {
             const Form data = dst.At(row << (order - k));
-            FusedFirstStage<inverse>(data, work, (int64_t)1 << (order - k), spec.bitReversal + TileCount<T>(order));
-            FinishKernel<inverse>(order - k, work, data, scale, (const T*)spec.kernelTwiddles);
+            Kernel<inverse>(order - k, data, data, scale, work, spec.bitReversal + TileCount<T>(order), (const T*)spec.kernelTwiddles);
         }
         TransformColumns<inverse>(spec, order, 0, dst, work);
         return;
