@@ -64,10 +64,6 @@ template <typename T> void ReverseScalar(Pairs<T> src, Pairs<T> dst, Vek32s orde
 
 // ---- The kernel ----
 
-template <typename T> struct IsSplit;
-template <typename T> struct IsSplit<Split<T>> { static constexpr bool value = true; };
-template <typename T> struct IsSplit<Pairs<T>> { static constexpr bool value = false; };
-
 // Blocks of `length` from four of a quarter each, which stand in reversed order: 0, 2, 1, 3. The
 // roots of k are at entry k * stride of the kernel's table.
 template <bool inverse, typename T, typename Form>

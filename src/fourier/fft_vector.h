@@ -86,10 +86,33 @@ VEK_BUTTERFLY void FusedLoop(Form src, T* work, int64_t n, const Vek32s* table)
     }
 }
 
+// The same from order 13 on. The eight inputs stand multiples of a page apart, and a cache set has no room
+// for them all while their lines are read bit by bit: whole lines come by way of a small block.
+template <bool inverse, typename T, typename Form>
+void LargeFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
+{
+    const int64_t apart = n / 16 * 8;
+    alignas(64) T block[8 * 2 * kRun];
+    const Form held = BlockOf(src, block, 8 * kRun);
+    for (int64_t p = 0; p < n / 8; p += kRun) {
+        for (int i = 0; i < 8; ++i)
+            CopyRun(src, p + i * (n / 8), held, i * kRun);
+        for (int k = 0; k < kRun; k += 4) {
+            T* const to = work + table[(p + k) / 4];
+            FusedGroup<inverse>(held.At(k), 2 * kRun, to, apart);
+            FusedGroup<inverse>(held.At(k + kRun), 2 * kRun, to + 8, apart);
+        }
+    }
+}
+
 template <bool inverse, typename T, typename Form>
 void FusedFirstStage(Form src, T* work, int64_t n, const Vek32s* table)
 {
-    FusedLoop<inverse>(src, work, n, table);
+    // Pairs need it later, since they have half as many streams.
+    if (n >= (int64_t)1 << (IsSplit<Form>::value ? 13 : kIsDouble<T> ? 14 : 15))
+        LargeFirstStage<inverse>(src, work, n, table);
+    else
+        FusedLoop<inverse>(src, work, n, table);
 }
 
 // The same on data that are reversed already.
@@ -172,6 +195,21 @@ VEK_BUTTERFLY void Step(Source at, Sink put)
         Step4<inverse>(at, put);
 }
 
+// One butterfly, of elements `length` apart from `first` on, to the same of `out` or to others.
+template <bool inverse, int bits, typename T, typename Out>
+VEK_BUTTERFLY void StageStep(Fours<T> in, int64_t first, int64_t length, const T* roots, Out out, int64_t to, int64_t apart)
+{
+    Step<inverse, bits>(
+        [=](int n) __attribute__((always_inline)) {
+            const auto x = Held(Load(in, first + ReversedPlace<bits>(n) * length));
+            if (n == 0)
+                return x;
+            const auto root = LoadRoot(roots + 8 * (n - 1));
+            return MulRoot<inverse>(x, bits == 3 ? Held(root) : root);
+        },
+        [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, to + n * apart, x); });
+}
+
 // One stage of a kernel over n elements in blocks of 2^(done + bits). A fixed length is one that the
 // compiler knows: strides become part of the instructions, which is a tenth of the time.
 template <bool inverse, int bits, int fixedLength, typename T, typename Out>
@@ -183,15 +221,7 @@ VEK_BUTTERFLY void StageLoops(Fours<T> in, Out out, int64_t n, int64_t anyLength
         const T* roots = twiddles;
         for (int64_t k = 0; k < length; k += 4, roots += kTable)
             for (int half = 0; half < 4; half += LanesOf<T>::kCount)
-                Step<inverse, bits>(
-                    [=](int n) __attribute__((always_inline)) {
-                        const auto x = Held(Load(in, block + k + half + ReversedPlace<bits>(n) * length));
-                        if (n == 0)
-                            return x;
-                        const auto root = LoadRoot(roots + half + 8 * (n - 1));
-                        return MulRoot<inverse>(x, bits == 3 ? Held(root) : root);
-                    },
-                    [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, block + k + half + n * length, x); });
+                StageStep<inverse, bits>(in, block + k + half, length, roots + half, out, block + k + half, length);
     }
 }
 
@@ -199,6 +229,32 @@ template <bool inverse, int bits, int fixedLength, typename T, typename Out>
 void KernelStage(Fours<T> in, Out out, int64_t n, int64_t length, const T* twiddles)
 {
     StageLoops<inverse, bits, fixedLength>(in, out, n, length, twiddles);
+}
+
+// The last stage of a large kernel, where input and output together are too many streams for a cache
+// set: whole lines leave by way of a small block.
+template <bool inverse, int bits, typename T, typename Out>
+void LargeLastStage(Fours<T> in, Out out, int64_t length, const T* twiddles)
+{
+    alignas(64) T block[2 * kRun << bits];
+    const auto held = FoursFor(out, block);
+    for (int64_t first = 0; first < length; first += kRun) {
+        for (int k = 0; k < kRun; k += 4, twiddles += ((1 << bits) - 1) * 8)
+            for (int half = 0; half < 4; half += LanesOf<T>::kCount)
+                StageStep<inverse, bits>(in, first + k + half, length, twiddles + half, held, k + half, kRun);
+        for (int i = 0; i < 1 << bits; ++i)
+            StoreRun(out, first + i * length, Fours<T>{block}.At(i * kRun));
+    }
+}
+
+template <bool inverse, int bits, typename T, typename Out>
+void LastStage(Fours<T> in, Out out, int64_t length, const T* twiddles)
+{
+    constexpr int64_t kLargest = IsSplit<Out>::value ? 512 : 256;  // whose streams find room
+    if (length > kLargest)
+        LargeLastStage<inverse, bits>(in, out, length, twiddles);
+    else
+        KernelStage<inverse, bits, 0>(in, out, length << bits, length, twiddles);
 }
 
 // A stage within work memory; that of double precision has no use for a fixed length.
@@ -298,9 +354,9 @@ void KernelStages(Vek32s order, T* work, Out out, const T* twiddles)
         if (done + bits < order)
             InnerStage<inverse>(bits, Fours<T>{work}, n, length, table);
         else if (bits == 3)
-            KernelStage<inverse, 3, 0>(Fours<T>{work}, out, n, length, table);
+            LastStage<inverse, 3>(Fours<T>{work}, out, length, table);
         else
-            KernelStage<inverse, 2, 0>(Fours<T>{work}, out, n, length, table);
+            LastStage<inverse, 2>(Fours<T>{work}, out, length, table);
         table += StageTableSize(done, bits);
         done += bits;
     }
