@@ -469,72 +469,96 @@ void TransformColumns(const FftSpec<T>& spec, Vek32s order, Vek32s level, Form d
 }
 
 // Sorts the samples into the rows of the split: row p takes every 2^k-th sample from rev(p) on, in their
-// natural order. A block of samples that makes one cache line of every row moves at a time.
+// natural order. `move` takes four rows and as many samples of each. The rows that one cache line of src
+// feeds are few enough for the processor to know their pages, and take some lines each before the next ones.
 template <typename E, typename Move>
 void SortIntoRows(const E* src, E* dst, Vek32s order, Vek32s k, Move move)
 {
-    constexpr int kRun = 4;  // rows, and samples of each, that one move takes
+    constexpr int kSide = 4, kLine = 64 / sizeof(E), kLines = 4;
     const int64_t rows = (int64_t)1 << k, columns = (int64_t)1 << (order - k);
-    const int64_t line = 64 / sizeof(E);
-    for (int64_t m = 0; m < columns; m += line)
-        for (int64_t j = 0; j < rows; j += kRun) {
-            // rev(j), and rev(j + 1), .. +2, +3, which differ in their top two bits.
-            int64_t row = 0;
-            for (Vek32s bit = 0; bit < k; ++bit)
-                row |= (j >> bit & 1) << (k - 1 - bit);
-            E* const to = dst + row * columns + m;
-            for (int64_t i = 0; i < line; i += kRun)
-                move(src + (m + i) * rows + j, rows, to + i, rows / 4 * columns);
-        }
+    for (int64_t block = 0; block < columns; block += kLines * kLine)
+        for (int64_t first = 0; first < rows; first += kLine)
+            for (int64_t m = block; m < block + kLines * kLine; m += kLine)
+                for (int64_t j = first; j < Min(first + kLine, rows); j += kSide) {
+                    // rev(j), and rev(j + 1), .. +2, +3, which differ in their top two bits.
+                    int64_t row = 0;
+                    for (Vek32s bit = 0; bit < k; ++bit)
+                        row |= (j >> bit & 1) << (k - 1 - bit);
+                    E* const to = dst + row * columns + m;
+                    for (int64_t i = 0; i < kLine; i += kSide)
+                        move(src + (m + i) * rows + j, rows, to + i, rows / kSide * columns);
+                }
+}
+
+// Into the cache, or past it to an aligned address.
+template <bool streams, typename P, typename R>
+VEK_BUTTERFLY void Place(P* p, R v)
+{
+    if constexpr (streams)
+        Stream(p, v);
+    else
+        StoreU(p, v);
 }
 
 // Four rows of four, `pitch` apart, to four columns of which the second and third change places, `apart` apart.
-inline void MoveFour(const Vek32f* src, int64_t pitch, Vek32f* dst, int64_t apart)
+template <bool streams>
+VEK_BUTTERFLY void MoveFour(const Vek32f* src, int64_t pitch, Vek32f* dst, int64_t apart)
 {
     F a = LoadU(src), b = LoadU(src + pitch), c = LoadU(src + 2 * pitch), d = LoadU(src + 3 * pitch);
     Transpose4(a, b, c, d);
-    StoreU(dst, a);
-    StoreU(dst + 2 * apart, b);
-    StoreU(dst + apart, c);
-    StoreU(dst + 3 * apart, d);
+    Place<streams>(dst, a);
+    Place<streams>(dst + 2 * apart, b);
+    Place<streams>(dst + apart, c);
+    Place<streams>(dst + 3 * apart, d);
 }
 
-inline void MoveFour(const Cx<Vek32f>* src, int64_t pitch, Cx<Vek32f>* dst, int64_t apart)
+template <bool streams>
+VEK_BUTTERFLY void MoveFour(const Cx<Vek32f>* src, int64_t pitch, Cx<Vek32f>* dst, int64_t apart)
 {
     for (int half = 0; half < 4; half += 2) {
         const Cx<Vek32f>* const p = src + half * pitch;
         const V a = LoadU(p), b = LoadU(p + pitch), c = LoadU(p + 2), d = LoadU(p + pitch + 2);
-        StoreU(dst + half, UnpackLow64(a, b));
-        StoreU(dst + half + 2 * apart, UnpackHigh64(a, b));
-        StoreU(dst + half + apart, UnpackLow64(c, d));
-        StoreU(dst + half + 3 * apart, UnpackHigh64(c, d));
+        Place<streams>(dst + half, UnpackLow64(a, b));
+        Place<streams>(dst + half + 2 * apart, UnpackHigh64(a, b));
+        Place<streams>(dst + half + apart, UnpackLow64(c, d));
+        Place<streams>(dst + half + 3 * apart, UnpackHigh64(c, d));
     }
 }
 
-inline void MoveFour(const Cx<Vek64f>* src, int64_t pitch, Cx<Vek64f>* dst, int64_t apart)
+template <bool streams>
+VEK_BUTTERFLY void MoveFour(const Cx<Vek64f>* src, int64_t pitch, Cx<Vek64f>* dst, int64_t apart)
 {
     for (int i = 0; i < 4; ++i) {
         const Cx<Vek64f>* const p = src + i * pitch;
-        StoreU(dst + i, LoadU(p));
-        StoreU(dst + i + 2 * apart, LoadU(p + 1));
-        StoreU(dst + i + apart, LoadU(p + 2));
-        StoreU(dst + i + 3 * apart, LoadU(p + 3));
+        Place<streams>(dst + i, LoadU(p));
+        Place<streams>(dst + i + 2 * apart, LoadU(p + 1));
+        Place<streams>(dst + i + apart, LoadU(p + 2));
+        Place<streams>(dst + i + 3 * apart, LoadU(p + 3));
     }
 }
 
 template <typename E>
-void SortIntoRows(const E* src, E* dst, Vek32s order, Vek32s k)
+void SortIntoRows(const E* src, E* dst, Vek32s order, Vek32s k, bool streams)
 {
-    SortIntoRows(src, dst, order, k, [](const E* from, int64_t pitch, E* to, int64_t apart) { MoveFour(from, pitch, to, apart); });
+    if (streams && IsAligned(dst, 16)) {
+        SortIntoRows(src, dst, order, k, [](const E* from, int64_t pitch, E* to, int64_t apart) { MoveFour<true>(from, pitch, to, apart); });
+        Fence();
+    } else {
+        SortIntoRows(src, dst, order, k, [](const E* from, int64_t pitch, E* to, int64_t apart) { MoveFour<false>(from, pitch, to, apart); });
+    }
 }
+
+// Results larger than a cache go past it: none of their lines would still be there for its row's transform.
+template <typename T> constexpr bool SortStreams(Vek32s order) { return (int64_t)(2 * sizeof(T)) << order >= 32 << 20; }
+
 template <typename T> void SortIntoRows(Split<T> src, Split<T> dst, Vek32s order, Vek32s k)
 {
-    SortIntoRows((const T*)src.re, dst.re, order, k);
-    SortIntoRows((const T*)src.im, dst.im, order, k);
+    SortIntoRows((const T*)src.re, dst.re, order, k, SortStreams<T>(order));
+    SortIntoRows((const T*)src.im, dst.im, order, k, SortStreams<T>(order));
 }
 template <typename T> void SortIntoRows(Pairs<T> src, Pairs<T> dst, Vek32s order, Vek32s k)
 {
-    SortIntoRows((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, k);
+    SortIntoRows((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, k, SortStreams<T>(order));
 }
 
 template <typename T> bool IsApart(Split<T> a, Split<T> b) { return a.re != b.re && a.im != b.im; }
