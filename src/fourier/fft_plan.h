@@ -58,10 +58,14 @@ constexpr bool IsRadix8(Vek32s order, Vek32s done)
 // The same for the outer stages.
 constexpr bool IsOuterRadix8(Vek32s left) { return left != 2 && left != 4; }
 
-// The reversal of the split path moves square tiles of samples.
-template <typename T> constexpr Vek32s kTileSideBits = kIsDouble<T> ? 5 : 6;
+// The reversal of the split path moves square tiles of samples, two of which fit into work memory.
+template <typename T>
+constexpr Vek32s TileSideBits(Vek32s order)
+{
+    return !kIsDouble<T> || (kTier == 1 && order >= 19) ? 6 : 5;
+}
 
-template <typename T> constexpr int64_t TileCount(Vek32s order) { return (int64_t)1 << (order - 2 * kTileSideBits<T>); }
+template <typename T> constexpr int64_t TileCount(Vek32s order) { return (int64_t)1 << (order - 2 * TileSideBits<T>(order)); }
 
 // The entries of the table that a kernel reads in its first stage.
 constexpr int64_t FusedReversalCount(Vek32s order) { return Max((int64_t)1, ((int64_t)1 << order) / 32); }

@@ -166,7 +166,7 @@ void FillReversal(Vek32s* p, Vek32s order)
     } else {
         const Vek32s tiles = (Vek32s)TileCount<T>(order), row = order - ColumnBits<T>(order);
         for (Vek32s tile = 0; tile < tiles; ++tile)
-            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, order - 2 * kTileSideBits<T>);
+            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, order - 2 * TileSideBits<T>(order));
         if (row <= kKernelOrder<T>)
             FillFusedReversal(p + tiles, row);
     }
