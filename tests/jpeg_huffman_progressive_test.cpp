@@ -204,6 +204,16 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
     ASSERT_EQ(StatusOk, runs.First(nullptr, 0, 0, 99, 1));
     EXPECT_EQ((Bytes{0x5f, 0xff, 0x00, 0xff, 0x00}), runs.written());  // 0101 and 14 ones, padded: 01011111 11111111 11 111111
 
+    // A run that could not be written is due again with every further block.
+    for (const bool refine : {false, true}) {
+        Encoder stuck(CodesOfLength(4, {0x01}), 600);
+        const auto code = [&] { return refine ? stuck.Refine(zeros) : stuck.First(zeros); };
+        for (int i = 0; i < 32766; ++i)
+            ASSERT_EQ(StatusOk, code());
+        EXPECT_EQ(StatusBadHuffmanTable, code());
+        EXPECT_EQ(StatusBadHuffmanTable, code());
+    }
+
     // Blocks of 63 corrections: the fifteenth reaches 945, above 937.
     Vek16s rich[64];
     std::fill(std::begin(rich), std::end(rich), (Vek16s)-3);

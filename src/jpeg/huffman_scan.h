@@ -88,7 +88,7 @@ VEK_HOT VekStatus CodeAcFirst(Writer& writer, const EncodeHuffmanSpec& table, co
         if (status < 0)
             return status;
     }
-    if (next <= last && ++state->eobRun == kMaxRun)
+    if (next <= last && ++state->eobRun >= kMaxRun)
         status = PutRun(writer, table, state);
     return status;
 }
@@ -145,7 +145,7 @@ VEK_HOT VekStatus CodeAcRefine(Writer& writer, const EncodeHuffmanSpec& table, c
     if (run > 0 || bitCount > 0) {
         ++state->eobRun;
         state->correctionCount += bitCount;
-        if (state->eobRun == kMaxRun || state->correctionCount >= kManyCorrections)
+        if (state->eobRun >= kMaxRun || state->correctionCount >= kManyCorrections)
             status = PutRunAndCorrections(writer, table, state);
     }
     return status;
