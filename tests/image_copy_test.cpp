@@ -194,7 +194,12 @@ void ExpectSmear(size_t ahead, VekImageSize size, size_t samples, Call call)
 TEST(ImageCopyOverlapTest, SmearsInTier0)
 {
     const ScopedTier tier(0);
+    const auto masked = [](const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size) {
+        const std::vector<Vek8u> all(21, 1);
+        return vekiCopy_8u_C3MR(src, srcStep, dst, dstStep, size, all.data(), 21);
+    };
     for (const size_t ahead : {1, 2, 15, 16, 17, 63}) {
+        ExpectSmear<Vek8u>(ahead, {21, 1}, 63, masked);
         ExpectSmear<Vek8u>(ahead, {64, 1}, 64, vekiCopy_8u_C1R);
         ExpectSmear<Vek8u>(ahead, {21, 1}, 63, vekiCopy_8u_C3R);
         ExpectSmear<Vek16s>(ahead, {64, 1}, 64, vekiCopy_16s_C1R);

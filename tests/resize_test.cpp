@@ -349,6 +349,23 @@ TEST_P(ResizeTest, LanczosRowsAboveAShiftedFirstRowAreThatRow)
     EXPECT_EQ(100, destination.at(5, 0, 0));
 }
 
+TEST_P(ResizeTest, LanczosTapsAreClampedOneByOneWherePositionsPassTheImage)
+{
+    // The last position is 12.3: of its taps 10 .. 15 the image has 10 and the edge, 11. Tap 10 weighs
+    // 0.031 there; before the image, at -1.2, tap 1 weighs 0.028.
+    for (const bool down : {false, true})
+        for (const bool before : {false, true}) {
+            GuardedImage<Vek8u, 3> source(12, 12), destination(13, 13);
+            for (int i = 0; i < 12 * 36; ++i)
+                source.set(i % 36 / 3, i / 36, i % 3, (Vek8u)((down ? i / 36 : i % 36 / 3) == (before ? 1 : 10) ? 240 : 20));
+            const double shift = before ? -1.2 : 1.5;
+            ASSERT_EQ(StatusOk, vekiResizeShift_8u_C3R(source.data(), source.size(), source.step(), {0, 0, 12, 12}, destination.data(),
+                                                       destination.step(), destination.size(), 0.9, 0.9, shift, shift, InterLanczos));
+            const int at = before ? 0 : 12;
+            EXPECT_EQ(before ? 26 : 27, destination.at(down ? 6 : at, down ? at : 6, 1)) << down;
+        }
+}
+
 TEST_P(ResizeTest, FractionsMakeTheShiftedResizeEqualThePlainOne)
 {
     std::mt19937 random(Seed());

@@ -57,7 +57,8 @@ VekStatus vekiResizeCenter_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
 
 /* Resamples with the source distance between neighbouring destination pixels given: xFr, yFr, above 0.
    xShift, yShift: the source position, relative to srcRoi, of the first destination pixel. Positions
-   outside of the image take the image's edge. InterSuper is not accepted.
+   outside of the image take the image's edge; with Lanczos each of the six taps does so by itself.
+   InterSuper is not accepted.
    Status: as for vekiResize_8u_C3R, without StatusResizeTooSmall. */
 VekStatus vekiResizeShift_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
                                  VekImageSize dstRoiSize, Vek64f xFr, Vek64f yFr, Vek64f xShift, Vek64f yShift, Vek32s interpolation);

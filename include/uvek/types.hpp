@@ -131,8 +131,9 @@ using element = std::remove_pointer_t<decltype(std::data(std::declval<C&>()))>;
 
 // For containers that a span of T may look into: what is to be written is no temporary.
 template <class C, class T>
-using enable_container = std::enable_if_t<!std::is_base_of_v<span_base, std::decay_t<C>> && (std::is_lvalue_reference_v<C> || std::is_const_v<T>) &&
-                                          std::is_integral_v<decltype(std::size(std::declval<C&>()))> && std::is_convertible_v<element<C> (*)[], T (*)[]>>;
+using enable_container = std::enable_if_t<std::conjunction_v<
+    std::negation<std::is_base_of<span_base, std::decay_t<C>>>, std::disjunction<std::is_lvalue_reference<C>, std::is_const<T>>,
+    std::is_integral<decltype(std::size(std::declval<C&>()))>, std::is_convertible<element<C> (*)[], T (*)[]>>>;
 
 }  // namespace detail
 

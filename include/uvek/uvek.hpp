@@ -188,15 +188,16 @@ inline status fill(image_view<Vek8u, 4> dst, const Vek8u (&value)[4])
 {
     return status(vekiSet_8u_C4R(value, dst.data(), dst.step(), dst.size()));
 }
+using channel_order = Vek32s[3];
 #define UVEK_SWAP_CHANNELS(T, C, f) \
-    inline status swap_channels(const_image_view<T, C> src, image_view<T, C> dst, const Vek32s (&order)[3]) \
+    inline status swap_channels(const_image_view<T, C> src, image_view<T, C> dst, const channel_order& order) \
     { return detail::map(f, src, dst, order); }
 UVEK_SWAP_CHANNELS(Vek8u, 3, vekiSwapChannels_8u_C3R)
 UVEK_SWAP_CHANNELS(Vek8u, 4, vekiSwapChannels_8u_AC4R)
 UVEK_SWAP_CHANNELS(Vek16u, 3, vekiSwapChannels_16u_C3R)
 UVEK_SWAP_CHANNELS(Vek16u, 4, vekiSwapChannels_16u_AC4R)
 #undef UVEK_SWAP_CHANNELS
-inline status swap_channels(image_view<Vek8u, 3> image, const Vek32s (&order)[3])
+inline status swap_channels(image_view<Vek8u, 3> image, const channel_order& order)
 {
     return detail::change(vekiSwapChannels_8u_C3IR, image, order);
 }
@@ -259,11 +260,13 @@ UVEK_ROTATE(rotate, Vek16u, 3, vekiRotate_16u_C3R)
 UVEK_ROTATE(rotate, Vek32f, 3, vekiRotate_32f_C3R)
 UVEK_ROTATE(rotate_about, Vek8u, 3, vekiRotateCenter_8u_C3R)
 #undef UVEK_ROTATE
-#define UVEK_WARP(name, rows, columns, f) \
-    inline status name(const_image_view<Vek8u, 3> src, image_view<Vek8u, 3> dst, const double (&coefficients)[rows][columns], Vek32s interpolation) \
+using bilinear_coefficients = double[2][4];
+using perspective_coefficients = double[3][3];
+#define UVEK_WARP(name, coefficients_type, f) \
+    inline status name(const_image_view<Vek8u, 3> src, image_view<Vek8u, 3> dst, const coefficients_type& coefficients, Vek32s interpolation) \
     { return detail::warp(f, src, dst, coefficients, interpolation); }
-UVEK_WARP(warp_bilinear, 2, 4, vekiWarpBilinear_8u_C3R)
-UVEK_WARP(warp_perspective, 3, 3, vekiWarpPerspective_8u_C3R)
+UVEK_WARP(warp_bilinear, bilinear_coefficients, vekiWarpBilinear_8u_C3R)
+UVEK_WARP(warp_perspective, perspective_coefficients, vekiWarpPerspective_8u_C3R)
 #undef UVEK_WARP
 
 // Filters: `src` is the part of a larger image at the destination's place, as sub() gives it.

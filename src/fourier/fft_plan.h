@@ -45,23 +45,31 @@ constexpr Vek32s TileBits(Vek32s order)
     return order >= 22 ? 14 : order >= 19 ? 12 : 10;
 }
 
-// Whether a stage of the kernel is of radix 8 (else 4), with `done` bits behind it.
-constexpr bool IsRadix8(Vek32s order, Vek32s done)
+// The bits of a kernel's next stage with `done` bits behind it: radix 4 or 8.
+constexpr Vek32s StageBits(Vek32s order, Vek32s done)
 {
     const Vek32s left = order - done;
     if (kTier >= 2)
-        return left % 3 == 0;
-    return left == 3 || (left >= 5 && done >= 3)
+        return left % 3 == 0 ? 3 : 2;
+    const bool is8 = left == 3 || (left >= 5 && done >= 3)
         || (done == 2 && (order == 7 || order == 10 || order == 11 || order == 13 || order == 14));
+    return is8 ? 3 : 2;
 }
+
+// The samples of a stage's twiddles.
+constexpr int64_t StageTableSize(Vek32s done, Vek32s bits) { return (((int64_t)1 << bits) - 1) * 2 << done; }
 
 // The same for the outer stages.
 constexpr bool IsOuterRadix8(Vek32s left) { return left != 2 && left != 4; }
 
-// The reversal of the split path moves square tiles of samples.
-template <typename T> constexpr Vek32s kTileSideBits = kIsDouble<T> ? 5 : 6;
+// The reversal of the split path moves square tiles of samples, two of which fit into work memory.
+template <typename T>
+constexpr Vek32s TileSideBits(Vek32s order)
+{
+    return !kIsDouble<T> || (kTier == 1 && order >= 19) ? 6 : 5;
+}
 
-template <typename T> constexpr int64_t TileCount(Vek32s order) { return (int64_t)1 << (order - 2 * kTileSideBits<T>); }
+template <typename T> constexpr int64_t TileCount(Vek32s order) { return (int64_t)1 << (order - 2 * TileSideBits<T>(order)); }
 
 // The entries of the table that a kernel reads in its first stage.
 constexpr int64_t FusedReversalCount(Vek32s order) { return Max((int64_t)1, ((int64_t)1 << order) / 32); }

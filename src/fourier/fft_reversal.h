@@ -34,8 +34,10 @@ template <int bits> constexpr ReversedValues<bits> kReversed = MakeReversedValue
 // Reads the tile at src, whose rows are `pitch` samples apart, into the packed tile: sample (row, column)
 // becomes (rev(column), rev(row)). Singles move in blocks of four rows a quarter of the tile apart and
 // four columns, which a transpose turns into runs of four.
+template <int bits>
 inline void GatherTile(const Vek32f* src, int64_t pitch, Vek32f* tile)
 {
+    static_assert(bits == 6, "");
     for (int row = 0; row < 16; ++row)
         for (int column = 0; column < 16; ++column) {
             const Vek32f* const p = src + row * pitch + 4 * column;
@@ -49,8 +51,10 @@ inline void GatherTile(const Vek32f* src, int64_t pitch, Vek32f* tile)
         }
 }
 
+template <int bits>
 inline void GatherTile(const Cx<Vek32f>* src, int64_t pitch, Cx<Vek32f>* tile)
 {
+    static_assert(bits == 6, "");
     for (int row = 0; row < 32; ++row)
         for (int column = 0; column < 32; ++column) {
             const Cx<Vek32f>* const p = src + row * pitch + 2 * column;
@@ -61,11 +65,13 @@ inline void GatherTile(const Cx<Vek32f>* src, int64_t pitch, Cx<Vek32f>* tile)
         }
 }
 
+template <int bits>
 inline void GatherTile(const Cx<Vek64f>* src, int64_t pitch, Cx<Vek64f>* tile)
 {
-    for (int row = 0; row < 32; ++row)
-        for (int column = 0; column < 32; ++column)
-            StoreA(tile + kReversed<5>.at[column] * 32 + kReversed<5>.at[row], LoadU(src + row * pitch + column));
+    constexpr int kSide = 1 << bits;
+    for (int row = 0; row < kSide; ++row)
+        for (int column = 0; column < kSide; ++column)
+            StoreA(tile + kReversed<bits>.at[column] * kSide + kReversed<bits>.at[row], LoadU(src + row * pitch + column));
 }
 
 template <typename E>
@@ -75,21 +81,21 @@ inline void PutTile(const E* tile, E* dst, int64_t pitch, int side)
         memcpy(dst + row * pitch, tile + row * side, (size_t)side * sizeof(E));
 }
 
-template <typename T, typename E>
-void ReverseTiles(const E* src, E* dst, Vek32s order, const Vek32s* table, T* work)
+template <int bits, typename E>
+void ReverseTiles(const E* src, E* dst, Vek32s order, const Vek32s* table, void* work)
 {
-    constexpr int kSide = 1 << kTileSideBits<T>;
-    const int64_t pitch = (int64_t)1 << (order - kTileSideBits<T>), tiles = pitch / kSide;
+    constexpr int kSide = 1 << bits;
+    const int64_t pitch = (int64_t)1 << (order - bits), tiles = pitch / kSide;
     E* const first = (E*)work;
     E* const second = first + kSide * kSide;
     for (int64_t m = 0; m < tiles; ++m) {
         const int64_t to = table[m];
         if (src != dst || to == m) {
-            GatherTile(src + m * kSide, pitch, first);
+            GatherTile<bits>(src + m * kSide, pitch, first);
             PutTile(first, dst + to * kSide, pitch, kSide);
         } else if (m < to) {
-            GatherTile(src + m * kSide, pitch, first);
-            GatherTile(src + to * kSide, pitch, second);
+            GatherTile<bits>(src + m * kSide, pitch, first);
+            GatherTile<bits>(src + to * kSide, pitch, second);
             PutTile(first, dst + to * kSide, pitch, kSide);
             PutTile(second, dst + m * kSide, pitch, kSide);
         }
@@ -98,12 +104,15 @@ void ReverseTiles(const E* src, E* dst, Vek32s order, const Vek32s* table, T* wo
 
 template <typename T> void ReverseTiles(Split<T> src, Split<T> dst, Vek32s order, const Vek32s* table, T* work)
 {
-    ReverseTiles(src.re, dst.re, order, table, work);
-    ReverseTiles(src.im, dst.im, order, table, work);
+    ReverseTiles<6>((const T*)src.re, dst.re, order, table, work);
+    ReverseTiles<6>((const T*)src.im, dst.im, order, table, work);
 }
 template <typename T> void ReverseTiles(Pairs<T> src, Pairs<T> dst, Vek32s order, const Vek32s* table, T* work)
 {
-    ReverseTiles<T>((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, table, work);
+    if (TileSideBits<T>(order) == 6)
+        ReverseTiles<6>((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, table, work);
+    else if constexpr (kIsDouble<T>)
+        ReverseTiles<5>((const Cx<T>*)src.p, (Cx<T>*)dst.p, order, table, work);
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE

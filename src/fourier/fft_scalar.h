@@ -64,10 +64,6 @@ template <typename T> void ReverseScalar(Pairs<T> src, Pairs<T> dst, Vek32s orde
 
 // ---- The kernel ----
 
-template <typename T> struct IsSplit;
-template <typename T> struct IsSplit<Split<T>> { static constexpr bool value = true; };
-template <typename T> struct IsSplit<Pairs<T>> { static constexpr bool value = false; };
-
 // Blocks of `length` from four of a quarter each, which stand in reversed order: 0, 2, 1, 3. The
 // roots of k are at entry k * stride of the kernel's table.
 template <bool inverse, typename T, typename Form>
@@ -136,9 +132,11 @@ void MergeBlocks(const FftSpec<T>& spec, Vek32s order, Form data, T scale)
 {
     constexpr int64_t kTile = kIsDouble<T> ? 64 : 128;
     const int64_t n = (int64_t)1 << order, block = (int64_t)1 << kKernelOrder<T>;
-    for (int64_t at = 0; at < n; at += block) {
-        ScalarKernel<inverse>(data.At(at), kKernelOrder<T>, (const T*)spec.kernelTwiddles);
-        ScaleForm(data.At(at), block, scale);
+    // The last block of pairs is what the reversal has just left in cache.
+    for (int64_t i = 0; i < n; i += block) {
+        const Form part = data.At(IsSplit<Form>::value ? i : n - block - i);
+        ScalarKernel<inverse>(part, kKernelOrder<T>, (const T*)spec.kernelTwiddles);
+        ScaleForm(part, block, scale);
     }
     for (int64_t length = 2 * block; length <= n; length *= 2)
         for (int64_t tile = 0; tile < length / 4; tile += kTile)

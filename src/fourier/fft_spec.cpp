@@ -53,9 +53,8 @@ constexpr int64_t StageTwiddleCount(Vek32s order)
 {
     int64_t count = 0;
     for (Vek32s done = 2; done < order;) {
-        const Vek32s bits = IsRadix8(order, done) ? 3 : 2;
-        count += (((int64_t)1 << bits) - 1) * 2 << done;
-        done += bits;
+        count += StageTableSize(done, StageBits(order, done));
+        done += StageBits(order, done);
     }
     return count;
 }
@@ -64,7 +63,7 @@ template <typename T>
 void FillStageTwiddles(T* p, Vek32s order, const QuarterSine<T>& sine)
 {
     for (Vek32s done = 2; done < order;) {
-        const Vek32s bits = IsRadix8(order, done) ? 3 : 2;
+        const Vek32s bits = StageBits(order, done);
         for (int64_t k = 0; k < (int64_t)1 << done; k += 4)
             for (int power = 1; power < 1 << bits; ++power, p += 8)
                 for (int lane = 0; lane < 4; ++lane) {
@@ -126,7 +125,7 @@ void FillColumnTwiddles(T* p, Vek32s order, const QuarterSine<T>& sine)
 
 // Tier 0: an index is a top bit, a middle value and a bottom bit, and the four indices of one middle
 // value move together. Pairs i < rev(i), a 0, then from the end downward the middles that stay.
-// Above: the fused table of one kernel, or the reversed tile numbers with the fused table of a row behind.
+// Above: where one kernel's first stage puts its results, or the reversed tile numbers.
 template <typename T>
 constexpr int64_t ReversalCount(Vek32s order)
 {
@@ -134,15 +133,7 @@ constexpr int64_t ReversalCount(Vek32s order)
         return ((int64_t)1 << order) / 4 + 1;
     if (order <= kKernelOrder<T>)
         return FusedReversalCount(order);
-    const Vek32s row = order - ColumnBits<T>(order);
-    return TileCount<T>(order) + (row <= kKernelOrder<T> ? FusedReversalCount(row) : 0);
-}
-
-// Where the butterflies of four consecutive inputs put their results.
-void FillFusedReversal(Vek32s* p, Vek32s order)
-{
-    for (Vek32s g = 0; g < (Vek32s)FusedReversalCount(order); ++g)
-        p[g] = (Vek32s)ReverseBits((Vek32u)(4 * g), order - 2) * 8;
+    return TileCount<T>(order);
 }
 
 template <typename T>
@@ -162,13 +153,12 @@ void FillReversal(Vek32s* p, Vek32s order)
         }
         p[front] = 0;
     } else if (order <= kKernelOrder<T>) {
-        FillFusedReversal(p, order);
+        // Where the butterflies of four consecutive inputs put their results.
+        for (Vek32s g = 0; g < (Vek32s)FusedReversalCount(order); ++g)
+            p[g] = (Vek32s)ReverseBits((Vek32u)(4 * g), order - 2) * 8;
     } else {
-        const Vek32s tiles = (Vek32s)TileCount<T>(order), row = order - ColumnBits<T>(order);
-        for (Vek32s tile = 0; tile < tiles; ++tile)
-            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, order - 2 * kTileSideBits<T>);
-        if (row <= kKernelOrder<T>)
-            FillFusedReversal(p + tiles, row);
+        for (Vek32s tile = 0; tile < (Vek32s)TileCount<T>(order); ++tile)
+            p[tile] = (Vek32s)ReverseBits((Vek32u)tile, order - 2 * TileSideBits<T>(order));
     }
 }
 

@@ -38,6 +38,10 @@ struct Scaled {
     Scaled At(int64_t i) const { return {form.At(i), scale}; }
 };
 
+template <typename Form> struct IsSplit { static constexpr bool value = false; };
+template <typename T> struct IsSplit<Split<T>> { static constexpr bool value = true; };
+template <typename Form, typename T> struct IsSplit<Scaled<Form, T>> { static constexpr bool value = IsSplit<Form>::value; };
+
 template <typename T> VEK_BUTTERFLY Cx<T> LoadOne(Split<T> f, int64_t i) { return {Get(f.re + i), Get(f.im + i)}; }
 template <typename T> VEK_BUTTERFLY Cx<T> LoadOne(Pairs<T> f, int64_t i) { return Get((const Cx<T>*)(f.p + 2 * i)); }
 template <typename T> VEK_BUTTERFLY void StoreOne(Split<T> f, int64_t i, Cx<T> v) { Put(f.re + i, v.re); Put(f.im + i, v.im); }
@@ -90,6 +94,51 @@ VEK_BUTTERFLY void Store(Scaled<Form, T> f, int64_t i, Cx<LanesType<T>> v)
 {
     Store(f.form, i, Scale(v, SplatLanes(f.scale)));
 }
+
+// Runs of elements fill the cache lines that they touch. A small block on the stack holds them for
+// kernels whose arrays stand apart by multiples of a page.
+constexpr int kRun = 16;
+
+// A block as the same form, `count` elements long.
+template <typename T> VEK_BUTTERFLY Split<T> BlockOf(Split<T>, T* p, int count) { return {p, p + count}; }
+template <typename T> VEK_BUTTERFLY Pairs<T> BlockOf(Pairs<T>, T* p, int) { return {p}; }
+
+template <typename T>
+VEK_BUTTERFLY void CopySamples(const T* src, T* dst, int count)
+{
+    for (int i = 0; i < count; i += LanesOf<T>::kCount)
+        StoreU(dst + i, LoadU(src + i));
+}
+template <typename T> VEK_BUTTERFLY void CopyRun(Split<T> src, int64_t i, Split<T> dst, int64_t to)
+{
+    CopySamples((const T*)src.re + i, dst.re + to, kRun);
+    CopySamples((const T*)src.im + i, dst.im + to, kRun);
+}
+template <typename T> VEK_BUTTERFLY void CopyRun(Pairs<T> src, int64_t i, Pairs<T> dst, int64_t to)
+{
+    CopySamples((const T*)src.p + 2 * i, dst.p + 2 * to, 2 * kRun);
+}
+
+// A block in groups of four, which takes the scaling upon itself.
+template <typename Form, typename T> VEK_BUTTERFLY Fours<T> FoursFor(Form, T* p) { return {p}; }
+template <typename Form, typename T> VEK_BUTTERFLY Scaled<Fours<T>, T> FoursFor(Scaled<Form, T> f, T* p) { return {{p}, f.scale}; }
+
+template <typename T>
+VEK_BUTTERFLY void StoreRun(Split<T> dst, int64_t i, Fours<T> run)
+{
+    constexpr int kStep = LanesOf<T>::kCount;
+    for (int k = 0; k < kRun; k += kStep)
+        StoreU(dst.re + i + k, LoadA((const T*)GroupOf(run.p, k)));
+    for (int k = 0; k < kRun; k += kStep)
+        StoreU(dst.im + i + k, LoadA((const T*)GroupOf(run.p, k) + 4));
+}
+template <typename T>
+VEK_BUTTERFLY void StoreRun(Pairs<T> dst, int64_t i, Fours<T> run)
+{
+    for (int k = 0; k < kRun; k += LanesOf<T>::kCount)
+        Store(dst, i + k, Load(run, k));
+}
+template <typename Form, typename T> VEK_BUTTERFLY void StoreRun(Scaled<Form, T> dst, int64_t i, Fours<T> run) { StoreRun(dst.form, i, run); }
 
 // Multiplies `count` samples that stand anywhere. A factor of 1 changes no bit.
 template <typename T>

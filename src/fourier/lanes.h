@@ -50,6 +50,15 @@ struct Cx {
     L re, im;
 };
 
+// The value from registers alone. For a load that is used twice the compiler would rather load twice,
+// and loads are what a butterfly runs short of first.
+template <typename L>
+VEK_BUTTERFLY Cx<L> Held(Cx<L> v)
+{
+    __asm__("" : "+x"(v.re), "+x"(v.im));
+    return v;
+}
+
 template <typename L> VEK_BUTTERFLY Cx<L> Add(Cx<L> a, Cx<L> b) { return {Add(a.re, b.re), Add(a.im, b.im)}; }
 template <typename L> VEK_BUTTERFLY Cx<L> Sub(Cx<L> a, Cx<L> b) { return {Sub(a.re, b.re), Sub(a.im, b.im)}; }
 template <typename L> VEK_BUTTERFLY Cx<L> Scale(Cx<L> a, L factor) { return {Mul(a.re, factor), Mul(a.im, factor)}; }

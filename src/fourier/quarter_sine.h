@@ -90,6 +90,8 @@ public:
         const int64_t quarter = (int64_t)1 << order_ >> 2;
         const int64_t turned = k << (order_ - order);
         const int64_t r = turned & (quarter - 1);
+        if (turned == quarter)
+            return {table_[0], -table_[quarter]};  // of the first quarter, whose cosine ends in a positive zero
         switch (turned / quarter & 3) {
         case 0: return {table_[quarter - r], -table_[r]};
         case 1: return {-table_[r], -table_[quarter - r]};

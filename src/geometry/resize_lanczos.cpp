@@ -84,10 +84,13 @@ struct Position {
     Vek32f fraction;
 };
 
-Position PositionInImage(const Axis& axis, Vek64f p, Vek32s i)
+// Shifted positions may pass the image: taps are clamped to it, not the position, so that its edge is
+// reached by way of a last blend. Farther off all taps are the edge pixel.
+Position PositionInReach(const Axis& axis, Vek64f p, Vek32s i)
 {
-    if (i > axis.last())    return {axis.last(), 0};
-    if (i < -axis.origin)   return {-axis.origin, 0};
+    const Vek32s first = -axis.origin - kOrder, last = axis.last() + kOrder - 1;
+    if (i > last)   return {last, 0};
+    if (i < first)  return {first, 0};
     return {i, (Vek32f)(p - i)};
 }
 
@@ -110,7 +113,7 @@ void ColumnTable(const Axis& axis, Vek32s stride, Columns& columns)
     columns.left = 0;
     columns.right = columns.count;
     ForEachPosition(axis, axis.shift, [&](Vek32s k, Vek64f p, Vek32s index) {
-        const Position at = PositionInImage(axis, p, index);
+        const Position at = PositionInReach(axis, p, index);
         const Coefficients c = CoefficientsAt(at.fraction);
         const Vek32s before = Max(0, 2 - (axis.origin + at.index)), behind = Max(0, at.index + 3 - axis.last());
         columns.index[k] = (at.index - 2 + before - behind) * stride;
@@ -253,25 +256,26 @@ void Combine(const Vek32f* const rows[kTaps], const Coefficients& c, T* dst, Vek
 // the region starts; from there on rows move up and new ones follow below.
 class TapRows {
 public:
-    TapRows(const Axis& axis, Vek32s first) : last_(axis.last()), at_(first)
+    TapRows(const Axis& axis, Vek32s first) : top_(-axis.origin), last_(axis.last()), at_(first)
     {
-        const Vek32s top = -axis.origin;
-        row[0] = axis.origin == 0 ? first : Max(axis.origin == 1 ? first - 1 : first - 2, top);
-        row[1] = axis.origin == 0 ? first : Max(first - 1, top);
+        row[0] = InImage(axis.origin == 0 ? first : axis.origin == 1 ? first - 1 : first - 2);
+        row[1] = InImage(axis.origin == 0 ? first : first - 1);
         for (int t = 2; t < kTaps; ++t)
-            row[t] = Min(first - 2 + t, last_);
+            row[t] = InImage(first - 2 + t);
     }
     void Advance(Vek32s to)
     {
         const Vek32s by = Min(to - at_, kTaps);
         for (int t = 0; t < kTaps; ++t)
-            row[t] = t + by < kTaps ? row[t + by] : Min(to - 2 + t, last_);
+            row[t] = t + by < kTaps ? row[t + by] : InImage(to - 2 + t);
         at_ = to;
     }
     Vek32s row[kTaps];
 
 private:
-    Vek32s last_, at_;
+    Vek32s InImage(Vek32s r) const { return Clamp(r, top_, last_); }
+
+    Vek32s top_, last_, at_;
 };
 
 template <typename T, int channels>
@@ -291,7 +295,7 @@ VekStatus LanczosResize(const ResizeJob& job)
         return StatusNoMemory;
 
     ForEachPosition(job.y, job.y.shift, [&](Vek32s k, Vek64f p, Vek32s index) {
-        const Position at = PositionInImage(job.y, p, index);
+        const Position at = PositionInReach(job.y, p, index);
         yIndex[k] = at.index;
         yCoefficients[k] = CoefficientsAt(at.fraction);
     });

@@ -18,12 +18,12 @@ VekStatus CopyPixels(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, Vek
     return StatusOk;
 }
 
+// Sample by sample, as all copies of tier 0, so that a row that overlaps itself repeats its start.
 inline void CopyPixel3(const Vek8u* src, Vek8u* dst)
 {
-    const Vek8u a = src[0], b = src[1], c = src[2];
-    dst[0] = a;
-    dst[1] = b;
-    dst[2] = c;
+    dst[0] = src[0];
+    dst[1] = src[1];
+    dst[2] = src[2];
 }
 
 void CopyMaskedRow(const Vek8u* src, Vek8u* dst, const Vek8u* mask, Vek32s width)

@@ -128,6 +128,17 @@ class Debian(Package):
         finally:
             (self.prefix / "lib/hidden").rename(self.prefix / "lib/libuvek.so")
 
+    def test_a_call_through_the_cpp_layer_costs_what_the_plain_one_does(self):
+        for compiler in ("g++", "clang++"):
+            code = run(compiler, "-std=c++17", "-O2", "-DNDEBUG", f"-I{self.prefix}/include", "-S", HERE / "cost.cpp", "-o", "-")
+            bodies = dict(re.findall(r"^((?:layer|plain)_\w+):(.*?)\.size", code, re.M | re.S))
+            self.assertGreater(len(bodies), 10)
+            for name in (name for name in bodies if name.startswith("layer_")):
+                layer, plain = (re.findall(r"^\t([a-z]\w*)(?:\s+(\w+@PLT))?", bodies[key], re.M) for key in (name, name.replace("layer", "plain")))
+                # The one call or jump, no other branch, and up to a few moves as many instructions.
+                self.assertEqual(*([(op, to) for op, to in part if to or op.startswith("j") or op.startswith("call")] for part in (plain, layer)), name)
+                self.assertLessEqual(len(layer), len(plain) + 2, f"{compiler} {name}")
+
     def test_the_tool_runs_and_its_page_tells_all_of_it(self):
         tool, page = self.prefix / "bin/uvek", self.prefix / "share/man/man1/uvek.1"
         done = subprocess.run(["groff", "-ww", "-man", "-Tutf8", page], capture_output=True, text=True)
@@ -173,8 +184,7 @@ class Windows(Package):
         shutil.copy(self.prefix / "lib/uvek.def", self.build)
         run("x86_64-w64-mingw32-dlltool", "-d", "uvek.def", "-D", "uvek.dll", "-l", "anew.lib", cwd=self.build)
         for library in (self.prefix / "lib/libuvek.dll.a", self.prefix / "lib/uvek.lib", self.build / "anew.lib"):
-            for language in SOURCES:
-                self.compile(language, "-static", f"-I{self.prefix}/include", library)
+            self.compile("C", "-static", f"-I{self.prefix}/include", library)
 
 
 del Package  # a base, no case of its own
