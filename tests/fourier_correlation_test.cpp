@@ -35,18 +35,21 @@ int Check(const Window& w, std::mt19937& random)
     EXPECT_EQ(0, allocator.live());
     EXPECT_TRUE(dst.IsSlackIntact());
 
-    // Noise of power 1: a sum of n products grows as the root of n, and the roundings of a plain sum, each
-    // half a unit of what has been summed, add up to 0.2 n units; six times that never happens. A
-    // transform rounds to a few units of the largest sum.
+    // Noise of power 1: a sum of n products grows as the root of n. The roundings of a plain sum, each evenly
+    // spread over half a unit of what has been summed, add up as their squares do; six times that never
+    // happens. A transform rounds to a few units of the largest sum.
     const double unit = std::numeric_limits<T>::epsilon(), terms = std::min(w.length1, w.length2);
-    const double bound = unit * (1.2 * terms + 8 * std::sqrt(terms) + 8);
     // A window may be long: the ends, and some lags between, speak for the rest.
     for (Vek32s n = 0; n < w.count; n += n < 100 || w.count - n < 100 ? 1 : 1 + (w.count - 200) / 60) {
         const int64_t lag = (int64_t)w.lowLag + n;
         long double sum = 0;
+        double squares = 0;
         const int64_t from = std::max<int64_t>(0, -lag), to = std::min<int64_t>(w.length1, w.length2 - lag);
-        for (int64_t i = from; i < to; ++i)
+        for (int64_t i = from; i < to; ++i) {
             sum += (long double)a[(Vek32s)i] * b[(Vek32s)(i + lag)];
+            squares += (double)(sum * sum);
+        }
+        const double bound = unit * (6 / std::sqrt(12) * std::sqrt(squares) + 8 * std::sqrt(terms) + 8);
         if (from >= to) {
             EXPECT_EQ(0, dst[n]) << "lag " << lag;
         } else if (std::fabs((double)(sum - dst[n])) > bound) {
