@@ -132,7 +132,7 @@ VekStatus TrackPoint(const Tracker& t, Gradients gradients, Vek32s level, Vek32s
     if (!place.inside.IsEmpty())
         PrepareWindow(t, gradients, image1, place, fromX, fromY);
     Vek64f lastX = (Vek64f)image1.size.width + image1.size.height, lastY = lastX;  // no step reverses it
-    Structure g = {0, 0, 0};
+    Structure g = {0, 0, 0, 0};
     Span span = {0, 0, 0, 0};
     bool found = true;
     for (Vek32s iteration = 0; iteration < t.maxIter; ++iteration) {
@@ -147,7 +147,7 @@ VekStatus TrackPoint(const Tracker& t, Gradients gradients, Vek32s level, Vek32s
         }
         if (changed)
             g = SumStructure(compared, span);
-        const Slope slope = SumSlope(compared, Row(image2.pixels, image2.step, to.y) + to.x, image2.step, BilinearWeights(to.fractionX, to.fractionY, kWeightBits<Vek8u>), span);
+        const Slope slope = SumSlope(compared, g, Row(image2.pixels, image2.step, to.y) + to.x, image2.step, BilinearWeights(to.fractionX, to.fractionY, kWeightBits<Vek8u>), span);
         const Vek64f determinant = g.xx * g.yy - g.xy * g.xy;
         if (determinant < kSmallestDeterminant) {
             found = false;

@@ -1,5 +1,6 @@
-// The sums of a tracking step over a span of window positions. A row's sum is a 32-bit integer, and wraps; rows add up
-// in double precision, where they are exact, so that their order does not show.
+// The sums of a tracking step over a span of window positions. Products add up in lanes of 32 bits as far as these
+// hold them, then in double precision, where they are exact too: where one ends and the other begins does not show.
+// A full row of a window need not fit 32 bits: ten pixels along an edge of black and white do not.
 #ifndef UVEK_VISION_FLOW_SUMS_H
 #define UVEK_VISION_FLOW_SUMS_H
 
@@ -10,22 +11,28 @@ namespace uvek::VEK_TIER_NAMESPACE {
 
 struct Structure {
     Vek64f xx, xy, yy;
+    Vek32s blocks;  // so many blocks of a row of SumSlope's fit a lane
 };
 
 struct Slope {
     Vek64f x, y;
 };
 
-// The sums of the lanes of four registers.
-inline V SumEach32(V a, V b, V c, V d)
+// Gradients are below 2^14 (16320), samples and their differences below 2^15 (32640), and a block has two products for
+// a lane. Four blocks of squared gradients fit. Of gradients times differences two fit in any case, and four where no
+// lane's squares come to 2^29: sqrt(2^29) sqrt(8) 32640 is below 2^31.
+constexpr Vek32s kBlocksOfSquares = 4;
+constexpr Vek32s kBlocksOfAnything = 2;
+constexpr Vek32s kLargeSquares = -(1 << 29);  // the bits from 2^29 on
+
+inline D AddLanes(D sum, V lanes)
 {
-    const V ab = Add32(UnpackLow32(a, b), UnpackHigh32(a, b)), cd = Add32(UnpackLow32(c, d), UnpackHigh32(c, d));
-    return Add32(UnpackLow64(ab, cd), UnpackHigh64(ab, cd));
+    return Add(sum, Add(ToDoubleLow(lanes), ToDoubleLow(Permute32<2, 3, 2, 3>(lanes))));
 }
 
-inline D ToDoubleHigh(V v)
+inline Vek64f SumD(D v)
 {
-    return ToDoubleLow(Permute32<2, 3, 2, 3>(v));
+    return LowD(v) + HighD(v);
 }
 
 // Eight columns of a row as a step reads them: one pointer, in a cache line or two. Gradients of columns that stand
@@ -53,16 +60,28 @@ inline Vek32s BlocksInRow(const Span& span)
 // To be called for each new span, before SumSlope.
 inline Structure SumStructure(const Comparison& c, const Span& span)
 {
-    Structure sum = {0, 0, 0};
     if (IsInBlocks(span)) {
-        D xxxy = ZeroD(), yy = ZeroD();
+        D xx = ZeroD(), xy = ZeroD(), yy = ZeroD();
+        V bits = Zero();
         Block* to = c.blocks;
         for (Vek32s v = span.top; v < span.bottom; ++v) {
             V xx32 = Zero(), xy32 = Zero(), yy32 = Zero();
+            Vek32s room = kBlocksOfSquares;
+            const auto widen = [&] {
+                xx = AddLanes(xx, xx32);
+                xy = AddLanes(xy, xy32);
+                yy = AddLanes(yy, yy32);
+                bits = Or(bits, Or(xx32, yy32));
+            };
             const Vek16s* const first = c.first.Row(v);
             const Vek16s* const gx = c.gradientX.Row(v);
             const Vek16s* const gy = c.gradientY.Row(v);
             ForBlocks(span.left, span.right, [&](Vek32s u, V mask) {
+                if (room-- == 0) {
+                    widen();
+                    xx32 = xy32 = yy32 = Zero();
+                    room = kBlocksOfSquares - 1;
+                }
                 const V x = And(LoadU(gx + u), mask), y = And(LoadU(gy + u), mask);
                 StoreA(to->first, LoadU(first + u));
                 StoreA(to->gradientX, x);
@@ -72,28 +91,28 @@ inline Structure SumStructure(const Comparison& c, const Span& span)
                 xy32 = Add32(xy32, MulAdd16(x, y));
                 yy32 = Add32(yy32, MulAdd16(y, y));
             });
-            const V row = SumEach32(xx32, xy32, yy32, Zero());
-            xxxy = Add(xxxy, ToDoubleLow(row));
-            yy = Add(yy, ToDoubleHigh(row));
+            widen();
         }
-        return {LowD(xxxy), HighD(xxxy), LowD(yy)};
+        const bool isSmall = MoveMask8(Equal32(And(bits, Splat32(kLargeSquares)), Zero())) == 0xFFFF;
+        return {SumD(xx), SumD(xy), SumD(yy), isSmall ? kBlocksOfSquares : kBlocksOfAnything};
     }
+    Structure sum = {0, 0, 0, 0};
     for (Vek32s v = span.top; v < span.bottom; ++v) {
-        Vek32u xx = 0, xy = 0, yy = 0;
+        int64_t xx = 0, xy = 0, yy = 0;
         for (Vek32s u = span.left; u < span.right; ++u) {
             const Vek32s x = c.gradientX.Row(v)[u], y = c.gradientY.Row(v)[u];
-            xx += (Vek32u)(x * x);
-            xy += (Vek32u)(x * y);
-            yy += (Vek32u)(y * y);
+            xx += x * x;
+            xy += x * y;
+            yy += y * y;
         }
-        sum.xx += (Vek32s)xx;
-        sum.xy += (Vek32s)xy;
-        sum.yy += (Vek32s)yy;
+        sum.xx += (Vek64f)xx;
+        sum.xy += (Vek64f)xy;
+        sum.yy += (Vek64f)yy;
     }
     return sum;
 }
 
-// One row's part of a step's sums.
+// Part of a row's part of a step's sums.
 struct SlopeLanes {
     V x = Zero(), y = Zero();
 
@@ -108,52 +127,55 @@ struct SlopeLanes {
 
 // Samples the second image, whose pixel at `origin` answers to the window's first sample; sums its difference from the
 // first times the gradients, and keeps the difference.
-inline Slope SumSlope(const Comparison& c, const Vek8u* origin, Vek32s step, const Weights& weights, const Span& span)
+inline Slope SumSlope(const Comparison& c, const Structure& structure, const Vek8u* origin, Vek32s step, const Weights& weights, const Span& span)
 {
     if (IsInBlocks(span)) {
         const WeightPairs pairs = PairsOf(weights);
         const Vek32s blocks = BlocksInRow(span), lastBlock = span.right - span.left - 8;
         const Vek8u* p = Row(origin, step, span.top) + span.left;
         Block* to = c.blocks;
-        D sum = ZeroD();
+        D sumX = ZeroD(), sumY = ZeroD();
         Vek32s rows = span.bottom - span.top;
-        // Two rows at a time share the pixels between them, and one reduction.
+        // Two rows at a time share the pixels between them.
         for (; rows >= 2; rows -= 2, p = Row(p, step, 2), to += blocks) {
             const Vek8u* const p1 = Row(p, step, 1);
             const Vek8u* const p2 = Row(p, step, 2);
-            SlopeLanes upper, lower;
-            for (Vek32s i = 0; i < blocks; ++i, ++to) {
-                const Vek32s u = Min(8 * i, lastBlock);
-                const Pairs middle = LoadPairs(p1 + u);
-                upper.Add(to, SampleEight<Vek8u>(LoadPairs(p + u), middle, pairs));
-                lower.Add(to + blocks, SampleEight<Vek8u>(middle, LoadPairs(p2 + u), pairs));
+            for (Vek32s i = 0; i < blocks;) {
+                SlopeLanes upper, lower;
+                for (const Vek32s end = Min(blocks, i + structure.blocks); i < end; ++i, ++to) {
+                    const Vek32s u = Min(8 * i, lastBlock);
+                    const Pairs middle = LoadPairs(p1 + u);
+                    upper.Add(to, SampleEight<Vek8u>(LoadPairs(p + u), middle, pairs));
+                    lower.Add(to + blocks, SampleEight<Vek8u>(middle, LoadPairs(p2 + u), pairs));
+                }
+                sumX = AddLanes(AddLanes(sumX, upper.x), lower.x);
+                sumY = AddLanes(AddLanes(sumY, upper.y), lower.y);
             }
-            const V both = SumEach32(upper.x, upper.y, lower.x, lower.y);
-            sum = Add(sum, Add(ToDoubleLow(both), ToDoubleHigh(both)));
         }
-        if (rows > 0) {
+        for (Vek32s i = 0; rows > 0 && i < blocks;) {
             SlopeLanes last;
-            for (Vek32s i = 0; i < blocks; ++i, ++to) {
+            for (const Vek32s end = Min(blocks, i + structure.blocks); i < end; ++i, ++to) {
                 const Vek8u* const q = p + Min(8 * i, lastBlock);
                 last.Add(to, SampleEight<Vek8u>(LoadPairs(q), LoadPairs(Row(q, step, 1)), pairs));
             }
-            sum = Add(sum, ToDoubleLow(SumEach32(last.x, last.y, Zero(), Zero())));
+            sumX = AddLanes(sumX, last.x);
+            sumY = AddLanes(sumY, last.y);
         }
-        return {LowD(sum), HighD(sum)};
+        return {SumD(sumX), SumD(sumY)};
     }
     SampleWindow(origin, step, 0, 0, weights, span, c.difference);
     Slope sum = {0, 0};
     for (Vek32s v = span.top; v < span.bottom; ++v) {
-        Vek32u x = 0, y = 0;
+        int64_t x = 0, y = 0;
         Vek16s* const difference = c.difference.Row(v);
         for (Vek32s u = span.left; u < span.right; ++u) {
             const Vek32s d = c.first.Row(v)[u] - difference[u];
             difference[u] = (Vek16s)d;
-            x += (Vek32u)(d * c.gradientX.Row(v)[u]);
-            y += (Vek32u)(d * c.gradientY.Row(v)[u]);
+            x += d * c.gradientX.Row(v)[u];
+            y += d * c.gradientY.Row(v)[u];
         }
-        sum.x += (Vek32s)x;
-        sum.y += (Vek32s)y;
+        sum.x += (Vek64f)x;
+        sum.y += (Vek64f)y;
     }
     return sum;
 }
