@@ -15,7 +15,7 @@ using Filter = std::function<VekStatus(Image& out)>;
 
 ImagePointer Add(const Scene& scene, std::vector<Panel>& panels, const char* title, const char* function, int channels, const Filter& filter, bool split)
 {
-    const ImagePointer out = NewImage(scene, channels);
+    ImagePointer out = NewImage(scene, channels);
     const Image& before = channels == 1 ? scene.gray : scene.rgb;
     panels.push_back({"filter", title, function, [out, filter] { Check(filter(*out), "filter"); },
                       [&scene, &before, out, split](Canvas& canvas) {

@@ -69,7 +69,7 @@ std::vector<Vek32f> Disc(int side)
     for (int y = 0; y < side; ++y)
         for (int x = 0; x < side; ++x) {
             const double inside = std::clamp(middle + 0.5 - std::hypot(x - middle, y - middle), 0.0, 1.0);
-            weights[(size_t)(y * side + x)] = (Vek32f)inside;
+            weights[(size_t)y * (size_t)side + (size_t)x] = (Vek32f)inside;
             sum += inside;
         }
     for (Vek32f& weight : weights)

@@ -64,6 +64,7 @@ int Demonstrate(const std::string& path, const std::string& folder)
         add(scene, panels);
     PrintTimesHeading(("panels at " + std::to_string(scene.rgb.width) + "x" + std::to_string(scene.rgb.height) + ", milliseconds").c_str());
     std::vector<Shown> shown;
+    shown.reserve(panels.size());
     for (const Panel& panel : panels)
         shown.push_back(Run(panel));
 

@@ -19,7 +19,7 @@ void ShowHalves(Canvas& canvas, const Image& left, const Image& right)
     const int half = joined.width / 2;
     tool::Check(vekiCopy_8u_C3R(other.row(0) + 3 * half, other.step(), joined.row(0) + 3 * half, joined.step(), {joined.width - half, joined.height}), "copy");
     ShowWhole(canvas, joined);
-    const double middle = canvas.width() / 2 - 0.5;
+    const double middle = (canvas.width() - canvas.width() % 2) / 2.0 - 0.5;
     canvas.Line(middle, 0, middle, canvas.height(), 2, kWhite);
 }
 
