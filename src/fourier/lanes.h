@@ -9,7 +9,9 @@
 #pragma GCC diagnostic ignored "-Wignored-attributes"
 
 // A butterfly lives in registers only when it is part of its loop, which the compiler doubts of itself.
+#ifndef VEK_BUTTERFLY
 #define VEK_BUTTERFLY inline __attribute__((always_inline))
+#endif
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
