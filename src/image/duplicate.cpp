@@ -19,9 +19,18 @@ void DuplicateRow(const Vek8u* src, Vek8u* dst, Vek32s width)
             StoreU(dst + x * 3 + 32, Shuffle8(v, third));
         }
     } else if (kBlocks) {
-        // Four bytes for three: the next pixel writes over the fourth.
-        for (; width - x > 1; ++x)
-            Put((Vek32u*)(dst + x * 3), src[x] * 0x01010101u);
+        // Two pixels are six bytes of eight: the next ones write over the rest.
+        const V first = Splat64(0xffffff), second = Splat64(0xffffff000000);
+        for (; width - x >= 9; x += 8) {
+            const V v = Load64(src + x), twice = UnpackLow8(v, v);
+            const auto store4 = [=](Vek8u* to, V fourTimes) {
+                const V pixels = Or(And(fourTimes, first), And(ShiftRight64u<8>(fourTimes), second));
+                Store64(to, pixels);
+                StoreHigh64(to + 6, pixels);
+            };
+            store4(dst + x * 3, UnpackLow16(twice, twice));
+            store4(dst + x * 3 + 12, UnpackHigh16(twice, twice));
+        }
     }
     for (; x < width; ++x)
         dst[x * 3] = dst[x * 3 + 1] = dst[x * 3 + 2] = src[x];

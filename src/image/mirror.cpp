@@ -26,6 +26,41 @@ inline V ReverseIndex()
                   from(k + 12, part), from(k + 13, part), from(k + 14, part), from(k + 15, part));
 }
 
+// The first and the third sample of each pixel exchanged, in 16 bytes between those before and behind, which
+// begin `offset` bytes after a pixel.
+template <typename T, int offset>
+inline V ExchangeOuter(V before, V v, V behind)
+{
+    constexpr int size = (int)sizeof(T);
+    constexpr auto sample = [](int channel) {
+        const auto at = [=](int j) { return (offset + j) / size % 3 == channel ? -1 : 0; };
+        return Lanes8(at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7), at(8), at(9), at(10), at(11), at(12), at(13), at(14), at(15));
+    };
+    const V outer = Or(And(Concat<2 * size>(v, behind), sample(0)), And(Concat<16 - 2 * size>(before, v), sample(2)));
+    return Or(outer, And(v, sample(1)));
+}
+
+// 48 bytes of three-sample pixels in the opposite order. Without a byte shuffle all samples are reversed, and
+// then the outer two of each pixel exchanged.
+template <typename T>
+inline void ReversePixels3(const V (&v)[3], V (&to)[3])
+{
+    constexpr int pixelBytes = 3 * (int)sizeof(T);
+    const V a = v[0], b = v[1], c = v[2];
+    if constexpr (kHasByteShuffle) {
+        to[0] = Or(Shuffle8(b, ReverseIndex<pixelBytes, 0, 1>()), Shuffle8(c, ReverseIndex<pixelBytes, 0, 2>()));
+        to[1] = Or(Or(Shuffle8(a, ReverseIndex<pixelBytes, 1, 0>()), Shuffle8(b, ReverseIndex<pixelBytes, 1, 1>())),
+                   Shuffle8(c, ReverseIndex<pixelBytes, 1, 2>()));
+        to[2] = Or(Shuffle8(a, ReverseIndex<pixelBytes, 2, 0>()), Shuffle8(b, ReverseIndex<pixelBytes, 2, 1>()));
+    } else {
+        const auto reversed = [](V samples) { return sizeof(T) == 1 ? Reverse8(samples) : Reverse16(samples); };
+        const V ra = reversed(a), rb = reversed(b), rc = reversed(c);
+        to[0] = ExchangeOuter<T, 0>(Zero(), rc, rb);
+        to[1] = ExchangeOuter<T, 16>(rc, rb, ra);
+        to[2] = ExchangeOuter<T, 32>(rb, ra, Zero());
+    }
+}
+
 // A block of whole pixels: one register, or three for pixels of three samples. Of four samples the
 // last is alpha.
 template <typename T, int channels>
@@ -53,11 +88,9 @@ struct Block {
     Block Reversed() const
     {
         if constexpr (channels == 3) {
-            const V a = v[0], b = v[1], c = v[2];
-            return {{Or(Shuffle8(b, ReverseIndex<kPixelBytes, 0, 1>()), Shuffle8(c, ReverseIndex<kPixelBytes, 0, 2>())),
-                     Or(Or(Shuffle8(a, ReverseIndex<kPixelBytes, 1, 0>()), Shuffle8(b, ReverseIndex<kPixelBytes, 1, 1>())),
-                        Shuffle8(c, ReverseIndex<kPixelBytes, 1, 2>())),
-                     Or(Shuffle8(a, ReverseIndex<kPixelBytes, 2, 0>()), Shuffle8(b, ReverseIndex<kPixelBytes, 2, 1>()))}};
+            Block reversed;
+            ReversePixels3<T>(v, reversed.v);
+            return reversed;
         } else if constexpr (kPixelBytes == 1) {
             return {{Reverse8(v[0])}};
         } else if constexpr (kPixelBytes == 2) {
@@ -90,10 +123,6 @@ inline void ExchangePixels(T* a, T* b)
     }
 }
 
-// Without a byte shuffle pixels of three samples go one at a time.
-template <int channels>
-constexpr bool kReversesBlocks = kBlocks && (channels != 3 || kHasByteShuffle);
-
 // The block at `front` against the one that ends before `back`.
 template <typename T, int channels>
 inline void ExchangeBlocksReversed(T* front, T* back)
@@ -117,7 +146,7 @@ void ExchangeReversed(T* front, T* end, int64_t count)
 {
     constexpr int step = Block<T, channels>::kPixels * channels;
     int64_t left = count;
-    if (kReversesBlocks<channels>) {
+    if (kBlocks) {
         for (; left * channels >= 2 * step; left -= 2 * step / channels, front += 2 * step, end -= 2 * step) {
             ExchangeBlocksReversed<T, channels>(front, end);
             ExchangeBlocksReversed<T, channels>(front + step, end - step);
@@ -194,7 +223,7 @@ void CopyReversed(const Vek8u* src, Vek8u* dst, int64_t width)
 {
     using B = Block<Vek8u, 3>;
     int64_t x = 0;
-    if (kReversesBlocks<3>)
+    if (kBlocks)
         for (; width - x >= B::kPixels; x += B::kPixels)
             B::Load(src + (width - x - B::kPixels) * 3).Reversed().Store(dst + x * 3);
     for (; x < width; ++x)

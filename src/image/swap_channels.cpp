@@ -28,6 +28,27 @@ struct ThreeChannelShuffle {
     }
 };
 
+// Without a byte shuffle: five pixels of bytes, each byte from at most two places up or down.
+struct ThreeByteMoves {
+    V mask[5];  // where bytes come from k - 2 places up
+
+    explicit ThreeByteMoves(const Vek32s* order)
+    {
+        for (int k = 0; k < 5; ++k) {
+            const auto byte = [&](int channel) { return order[channel] - channel == k - 2 ? -1 : 0; };
+            const int r = byte(0), g = byte(1), b = byte(2);
+            mask[k] = Lanes8(r, g, b, r, g, b, r, g, b, r, g, b, r, g, b, 0);
+        }
+    }
+
+    V operator()(V v) const
+    {
+        const V down = Or(And(BytesUp<2>(v), mask[0]), And(BytesUp<1>(v), mask[1]));
+        const V up = Or(And(BytesDown<1>(v), mask[3]), And(BytesDown<2>(v), mask[4]));
+        return Or(Or(down, And(v, mask[2])), up);
+    }
+};
+
 template <typename T>
 void SwapSamples(const T* src, T* dst, int64_t from, int64_t width, int srcPixel, int dstPixel, const Vek32s* order)
 {
@@ -46,6 +67,7 @@ void SwapRows3(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, int64_t w
     constexpr int samples = 16 / (int)sizeof(T);
     const ThreeChannelShuffle shuffle(order, sizeof(T));
     const V(&part)[3][3] = shuffle.part;
+    const ThreeByteMoves moves(order);
     for (Vek32s y = 0; y < height; ++y) {
         const T* src = Row(pSrc, srcStep, y);
         T* dst = Row(pDst, dstStep, y);
@@ -58,6 +80,12 @@ void SwapRows3(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, int64_t w
                 StoreU(to, Or(Shuffle8(a, part[0][0]), Shuffle8(b, part[0][1])));
                 StoreU(to + samples, Or(Or(Shuffle8(a, part[1][0]), Shuffle8(b, part[1][1])), Shuffle8(c, part[1][2])));
                 StoreU(to + 2 * samples, Or(Shuffle8(b, part[2][1]), Shuffle8(c, part[2][2])));
+            }
+        } else if (kBlocks && sizeof(T) == 1) {
+            for (; width - x >= 6; x += 5) {
+                const V swapped = moves(LoadU(src + x * 3));
+                Store64(dst + x * 3, swapped);
+                Store64(dst + x * 3 + 7, BytesDown<7>(swapped));
             }
         }
         SwapSamples(src, dst, x, width, 3, 3, order);
@@ -87,14 +115,20 @@ void SwapRowAlpha(const T* src, T* dst, int64_t width, const Vek32s* order)
         const V byPixel = LoadA(index);
         for (; width - x >= pixels; x += pixels)
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, Shuffle8(LoadU(src + x * 4), byPixel), alpha));
-    } else if (kBlocks && sizeof(T) == 1) {
-        const V low = Splat32(0xff);
-        const V from0 = ShiftCount(8 * order[0]), from1 = ShiftCount(8 * order[1]), from2 = ShiftCount(8 * order[2]);
+    } else if (kBlocks) {
+        constexpr int bits = 8 * (int)sizeof(T);
+        const V from0 = ShiftCount(bits * order[0]), from1 = ShiftCount(bits * order[1]), from2 = ShiftCount(bits * order[2]);
+        const V low = sizeof(T) == 1 ? Splat32(0xff) : Splat64(0xffff);
         for (; width - x >= pixels; x += pixels) {
             const V v = LoadU(src + x * 4);
-            const V a = And(ShiftRight32uBy(v, from0), low), b = And(ShiftRight32uBy(v, from1), low);
-            const V c = And(ShiftRight32uBy(v, from2), low);
-            const V swapped = Or(a, Or(ShiftLeft32<8>(b), ShiftLeft32<16>(c)));
+            V swapped;
+            if constexpr (sizeof(T) == 1) {
+                const V a = And(ShiftRight32uBy(v, from0), low), b = And(ShiftRight32uBy(v, from1), low), c = And(ShiftRight32uBy(v, from2), low);
+                swapped = Or(a, Or(ShiftLeft32<bits>(b), ShiftLeft32<2 * bits>(c)));
+            } else {
+                const V a = And(ShiftRight64uBy(v, from0), low), b = And(ShiftRight64uBy(v, from1), low), c = And(ShiftRight64uBy(v, from2), low);
+                swapped = Or(a, Or(ShiftLeft64<bits>(b), ShiftLeft64<2 * bits>(c)));
+            }
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, swapped, alpha));
         }
     }
