@@ -21,16 +21,15 @@ void ReplaceRow(Vek8u* row, Vek32s width, Vek8u threshold, Vek8u value)
     Vek32s x = 0;
     if (kBlocks) {
         const V limit = Splat8(threshold), fill = Splat8(value);
-        for (; width - x >= 32; x += 32) {
-            const V a = ReplaceBlock<side>(LoadU(row + x), limit, fill);
-            const V b = ReplaceBlock<side>(LoadU(row + x + 16), limit, fill);
-            StoreU(row + x, a);
-            StoreU(row + x + 16, b);
+        const auto replace16 = [=](Vek8u* p) { StoreU(p, ReplaceBlock<side>(LoadU(p), limit, fill)); };
+        for (; width - x >= 64; x += 64) {
+            replace16(row + x);
+            replace16(row + x + 16);
+            replace16(row + x + 32);
+            replace16(row + x + 48);
         }
-        if (width - x >= 16) {
-            StoreU(row + x, ReplaceBlock<side>(LoadU(row + x), limit, fill));
-            x += 16;
-        }
+        for (; width - x >= 16; x += 16)
+            replace16(row + x);
     }
     for (; x < width; ++x)
         row[x] = (side == Side::Above ? row[x] > threshold : row[x] < threshold) ? value : row[x];
