@@ -17,9 +17,10 @@ struct Columns {
     Vek32s count;
     bool blocks;
     Vek32s safe;            // columns that may read 8 bytes
-    Vek32s windowBlocks;    // of 8 columns each
+    Vek32s windows;         // that are in use
+    Vek32s windowColumns;   // of each: 8, or 4 where eight are too far apart
     const Vek32s* offset;
-    const Window* windows;
+    const Window* window;
 };
 
 // Without byte shuffles: pairs of words and their two weights. Some tiers have no use for it.
@@ -40,9 +41,28 @@ inline V RowOfBytes(V taps, V negated)
 Vek32s RowBlocksC1(const Vek8u* src, const Columns& columns, Vek16u* line)
 {
     Vek32s k = 0;
-    if (columns.windowBlocks > 0) {
-        for (Vek32s b = 0; b < columns.windowBlocks; ++b, k += 8)
-            StoreU(line + k, RowOfBytes(Shuffle8(LoadU(src + columns.offset[b]), LoadU(columns.windows + b)), LoadU(columns.negated + k)));
+    if (columns.windows > 0) {
+        // Held here, since the stores below might change them for all that the compiler knows.
+        const Vek32s* const offset = columns.offset;
+        const Window* const window = columns.window;
+        const Vek16s* const negated = columns.negated;
+        const Vek32s windows = columns.windows;
+        const auto taps = [=](Vek32s b) { return Shuffle8(LoadU(src + offset[b]), LoadU(window + b)); };
+        const auto row8 = [=](V bytes, Vek32s at) { StoreU(line + at, RowOfBytes(bytes, LoadU(negated + at))); };
+        if (columns.windowColumns == 4) {
+            for (Vek32s b = 0; b < windows; b += 2, k += 8)
+                row8(UnpackLow64(taps(b), taps(b + 1)), k);
+            return k;
+        }
+        Vek32s b = 0;
+        for (; windows - b >= 2; b += 2, k += 16) {
+            row8(taps(b), k);
+            row8(taps(b + 1), k + 8);
+        }
+        if (b < windows) {
+            row8(taps(b), k);
+            k += 8;
+        }
         return k;
     }
     for (; columns.count - k >= 8; k += 8) {
@@ -125,12 +145,12 @@ VekStatus LinearBytes(const ResizeJob& job)
 {
     const Vek32s width = job.x.length, height = job.y.length;
     const int64_t samples = (int64_t)width * channels, lineLength = samples + kLineSlack;
-    const Vek32s windowBlocks = kHasByteShuffle && channels == 1 ? width / 8 : 0;
-    const Block<Vek32s> yIndex(height), xIndex(width), offset(windowBlocks + 1);
+    const Vek32s blocks = kHasByteShuffle && channels == 1 ? width / 8 : 0;
+    const Block<Vek32s> yIndex(height), xIndex(width), offset(2 * blocks + 1);
     const Block<Vek16u> yWeight(height), xWeight(width), pair(2 * (int64_t)width), lines(2 * lineLength);
     const Block<Vek16s> negated(width);
-    const Block<Window> windows(windowBlocks + 1);
-    if (!yIndex || !xIndex || !offset || !yWeight || !xWeight || !pair || !negated || !lines || !windows)
+    const Block<Window> window(2 * (int64_t)blocks + 1);
+    if (!yIndex || !xIndex || !offset || !yWeight || !xWeight || !pair || !negated || !lines || !window)
         return StatusNoMemory;
 
     const bool goodY = LinearTable(job.y, 1, yIndex, yWeight), goodX = LinearTable(job.x, channels, xIndex, xWeight);
@@ -141,10 +161,14 @@ VekStatus LinearBytes(const ResizeJob& job)
     }
     const int64_t first = -(int64_t)job.x.origin * channels, limit = ((int64_t)job.x.last() + 1) * channels;
     const Vek32s* const index = xIndex;
-    const bool windowed = windowBlocks > 0 && goodX && BuildWindows<1>(windowBlocks, first, limit, [=](Vek32s b, int j) {
-        return (int64_t)index[8 * b + j / 2] + j % 2;
-    }, offset, windows);
-    const Columns columns = {xIndex, pair, negated, width, goodX, SafeColumns(xIndex, width, 8, limit), windowed ? windowBlocks : 0, offset, windows};
+    const auto build = [&](Vek32s columns) {
+        return BuildWindows<1>(columns == 8 ? blocks : 2 * blocks, first, limit, [=](Vek32s b, int j) {
+            return j < 2 * columns ? (int64_t)index[columns * b + j / 2] + j % 2 : first - 1;
+        }, offset, window);
+    };
+    const Vek32s windowColumns = !goodX || blocks == 0 ? 0 : build(8) ? 8 : build(4) ? 4 : 0;
+    const Vek32s windows = windowColumns == 8 ? blocks : windowColumns == 4 ? 2 * blocks : 0;
+    const Columns columns = {xIndex, pair, negated, width, goodX, SafeColumns(xIndex, width, 8, limit), windows, windowColumns, offset, window};
 
     RowCache<2, Vek16u> rows(lines, lineLength);
     const auto resample = [&](Vek32s row, Vek16u* line) { ResampleRow<channels>(Row(job.src, job.srcStep, row), columns, line); };
