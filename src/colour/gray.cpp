@@ -71,6 +71,19 @@ struct FloatWeights {
     Vek32f k[3];
 };
 
+// A channel of four pixels in 32 bits each: the two registers that hold 24 bytes have them in different lanes.
+struct ThreeOf4Pixels {
+    V a, b, c;
+
+    explicit ThreeOf4Pixels(const Vek16u* p)
+    {
+        const V low = LoadU(p), high = LoadU(p + 4);
+        a = Shuffle8(MergeWords<1 << 5, 0>(low, high, low), Lanes8(0, 1, -1, -1, 6, 7, -1, -1, 12, 13, -1, -1, 10, 11, -1, -1));
+        b = Shuffle8(MergeWords<1 << 6, 0>(low, high, low), Lanes8(2, 3, -1, -1, 8, 9, -1, -1, 14, 15, -1, -1, 12, 13, -1, -1));
+        c = Shuffle8(MergeWords<1 << 4 | 1 << 7, 0>(low, high, low), Lanes8(4, 5, -1, -1, 10, 11, -1, -1, 8, 9, -1, -1, 14, 15, -1, -1));
+    }
+};
+
 inline V Weighted(V a, V b, V c, F ka, F kb, F kc)
 {
     return Truncate32s(Add(Add(Mul(ToFloat(a), ka), Mul(ToFloat(b), kb)), Mul(ToFloat(c), kc)));
@@ -79,7 +92,12 @@ inline V Weighted(V a, V b, V c, F ka, F kb, F kc)
 // The low halves of eight 32-bit lanes.
 inline V LowWords(V low, V high)
 {
+#if VEK_TIER >= 3
+    const V mask = Splat32(0xffff);
+    return Pack32sTo16u(And(low, mask), And(high, mask));
+#else
     return Pack32sTo16s(ShiftRight32s<16>(ShiftLeft32<16>(low)), ShiftRight32s<16>(ShiftLeft32<16>(high)));
+#endif
 }
 
 template <int channels>
@@ -91,15 +109,22 @@ void GrayRow(const Vek16u* pSrc, Vek16u* pDst, Vek32s width, const FloatWeights&
         const F ka = SplatF(k[0]), kb = SplatF(k[1]), kc = SplatF(k[2]);
         for (; width - x >= 8; x += 8) {
             const Vek16u* const p = Offset(pSrc, (int64_t)x * channels * 2);
-            V a = LoadU(p), b = LoadU(p + 8), c = LoadU(p + 16);
-            if constexpr (channels == 4) {
-                V alpha = LoadU(p + 24);
-                Deinterleave4x16(a, b, c, alpha);
+            V low, high;
+            if constexpr (VEK_TIER >= 3 && channels == 3) {
+                const ThreeOf4Pixels left(p), right(p + 12);
+                low = Weighted(left.a, left.b, left.c, ka, kb, kc);
+                high = Weighted(right.a, right.b, right.c, ka, kb, kc);
             } else {
-                Deinterleave3x16(a, b, c);
+                V a = LoadU(p), b = LoadU(p + 8), c = LoadU(p + 16);
+                if constexpr (channels == 4) {
+                    V alpha = LoadU(p + 24);
+                    Deinterleave4x16(a, b, c, alpha);
+                } else {
+                    Deinterleave3x16(a, b, c);
+                }
+                low = Weighted(WidenLow16u(a), WidenLow16u(b), WidenLow16u(c), ka, kb, kc);
+                high = Weighted(WidenHigh16u(a), WidenHigh16u(b), WidenHigh16u(c), ka, kb, kc);
             }
-            const V low = Weighted(WidenLow16u(a), WidenLow16u(b), WidenLow16u(c), ka, kb, kc);
-            const V high = Weighted(WidenHigh16u(a), WidenHigh16u(b), WidenHigh16u(c), ka, kb, kc);
             StoreU(pDst + x, LowWords(low, high));
         }
     }
