@@ -1,4 +1,5 @@
 // An image inside a larger one, its edge pixels repeated around it.
+#include "frame/simd.h"
 #include "image/copy.h"
 #include "image/fill.h"
 #include "uvek/image.h"
@@ -7,11 +8,32 @@ namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
 template <int channels>
+inline V RepeatedPixel(const Vek8u* pixel)
+{
+    if constexpr (channels == 1)
+        return Splat8(*pixel);
+    else
+        return Shuffle8(Lanes32(pixel[0] | pixel[1] << 8 | pixel[2] << 16, 0, 0, 0), Lanes8(0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0));
+}
+
+template <int channels>
 void RepeatPixel(const Vek8u* pixel, Vek8u* dst, int64_t count)
 {
-    if (count * channels >= 64)
-        return FillRow(dst, count * channels, FillPattern(pixel, channels));
-    for (int64_t x = 0; x < count * channels; x += channels)
+    const int64_t bytes = count * channels;
+    if (bytes >= 64)
+        return FillRow(dst, bytes, FillPattern(pixel, channels));
+    int64_t x = 0;
+    if (kBlocks && (channels == 1 || kHasByteShuffle)) {
+        constexpr int whole = 16 / channels * channels;
+        const V pattern = RepeatedPixel<channels>(pixel);
+        for (; bytes - x >= 16; x += whole)
+            StoreU(dst + x, pattern);
+        if (bytes - x >= 8) {
+            Store64(dst + x, pattern);
+            x += 8 / channels * channels;
+        }
+    }
+    for (; x < bytes; x += channels)
         for (int c = 0; c < channels; ++c)
             dst[x + c] = pixel[c];
 }

@@ -85,6 +85,15 @@ struct Block {
             StoreU((Vek8u*)p + 16 * i, v[i]);
     }
 
+    // These pixels in the place of `old`, whose alpha stays.
+    Block Over(const Block& old) const
+    {
+        if constexpr (channels == 4)
+            return {{Select(sizeof(T) == 1 ? Splat32(0xffffff) : Lanes32(-1, 0xffff, -1, 0xffff), v[0], old.v[0])}};
+        else
+            return *this;
+    }
+
     Block Reversed() const
     {
         if constexpr (channels == 3) {
@@ -103,16 +112,6 @@ struct Block {
     }
 };
 
-// What a has in b's place and b in a's differs from what they have now by this; alpha by nothing.
-template <typename T, int channels>
-inline V Difference(V a, V b)
-{
-    const V difference = Xor(a, b);
-    if constexpr (channels == 4)
-        return And(difference, sizeof(T) == 1 ? Splat32(0xffffff) : Lanes32(-1, 0xffff, -1, 0xffff));
-    return difference;
-}
-
 template <typename T, int channels>
 inline void ExchangePixels(T* a, T* b)
 {
@@ -123,6 +122,15 @@ inline void ExchangePixels(T* a, T* b)
     }
 }
 
+template <typename T, int channels>
+inline void ExchangeBlocks(T* a, T* b)
+{
+    using B = Block<T, channels>;
+    const B p = B::Load(a), q = B::Load(b);
+    q.Over(p).Store(a);
+    p.Over(q).Store(b);
+}
+
 // The block at `front` against the one that ends before `back`.
 template <typename T, int channels>
 inline void ExchangeBlocksReversed(T* front, T* back)
@@ -130,14 +138,8 @@ inline void ExchangeBlocksReversed(T* front, T* back)
     using B = Block<T, channels>;
     T* const low = back - B::kPixels * channels;
     const B a = B::Load(front), b = B::Load(low);
-    if constexpr (channels == 4) {
-        const B change = {{Difference<T, channels>(a.v[0], b.Reversed().v[0])}};
-        StoreU(front, Xor(a.v[0], change.v[0]));
-        StoreU(low, Xor(b.v[0], change.Reversed().v[0]));
-    } else {
-        b.Reversed().Store(front);
-        a.Reversed().Store(low);
-    }
+    b.Reversed().Over(a).Store(front);
+    a.Reversed().Over(b).Store(low);
 }
 
 // `count` pixels from `front` on against those from before `end` down; the two runs are apart.
@@ -161,20 +163,18 @@ void ExchangeReversed(T* front, T* end, int64_t count)
 template <typename T, int channels>
 void ExchangeRows(T* a, T* b, int64_t width)
 {
-    using B = Block<T, channels>;
+    constexpr int pixels = Block<T, channels>::kPixels, step = pixels * channels;
     int64_t x = 0;
     if (kBlocks) {
-        for (; width - x >= B::kPixels; x += B::kPixels) {
-            const B p = B::Load(a + x * channels), q = B::Load(b + x * channels);
-            if constexpr (channels == 4) {
-                const V change = Difference<T, channels>(p.v[0], q.v[0]);
-                StoreU(a + x * channels, Xor(p.v[0], change));
-                StoreU(b + x * channels, Xor(q.v[0], change));
-            } else {
-                q.Store(a + x * channels);
-                p.Store(b + x * channels);
-            }
+        for (; width - x >= 4 * pixels; x += 4 * pixels) {
+            T *const p = a + x * channels, *const q = b + x * channels;
+            ExchangeBlocks<T, channels>(p, q);
+            ExchangeBlocks<T, channels>(p + step, q + step);
+            ExchangeBlocks<T, channels>(p + 2 * step, q + 2 * step);
+            ExchangeBlocks<T, channels>(p + 3 * step, q + 3 * step);
         }
+        for (; width - x >= pixels; x += pixels)
+            ExchangeBlocks<T, channels>(a + x * channels, b + x * channels);
     }
     for (; x < width; ++x)
         ExchangePixels<T, channels>(a + x * channels, b + x * channels);

@@ -7,12 +7,28 @@ namespace {
 
 enum class Side { Below, Above };
 
-// SSE orders bytes as signed only; v <= limit is max(v, limit) == limit.
+// The sample, held to the limit. SSE orders bytes as signed only, but it has their extremes.
 template <Side side>
-inline V ReplaceBlock(V v, V limit, V fill)
+inline V Clamp(V v, V limit)
 {
-    const V nearer = side == Side::Above ? Max8u(v, limit) : Min8u(v, limit);
-    return Select(Equal8(nearer, limit), v, fill);
+    return side == Side::Above ? Min8u(v, limit) : Max8u(v, limit);
+}
+
+// Whole blocks of 16 samples; how many samples they are.
+template <typename Map>
+inline Vek32s MapBlocks(Vek8u* row, Vek32s width, Map map)
+{
+    const auto map16 = [=](Vek8u* p) { StoreU(p, map(LoadU(p))); };
+    Vek32s x = 0;
+    for (; width - x >= 64; x += 64) {
+        map16(row + x);
+        map16(row + x + 16);
+        map16(row + x + 32);
+        map16(row + x + 48);
+    }
+    for (; width - x >= 16; x += 16)
+        map16(row + x);
+    return x;
 }
 
 template <Side side>
@@ -21,15 +37,8 @@ void ReplaceRow(Vek8u* row, Vek32s width, Vek8u threshold, Vek8u value)
     Vek32s x = 0;
     if (kBlocks) {
         const V limit = Splat8(threshold), fill = Splat8(value);
-        const auto replace16 = [=](Vek8u* p) { StoreU(p, ReplaceBlock<side>(LoadU(p), limit, fill)); };
-        for (; width - x >= 64; x += 64) {
-            replace16(row + x);
-            replace16(row + x + 16);
-            replace16(row + x + 32);
-            replace16(row + x + 48);
-        }
-        for (; width - x >= 16; x += 16)
-            replace16(row + x);
+        x = threshold == value ? MapBlocks(row, width, [=](V v) { return Clamp<side>(v, limit); })
+                               : MapBlocks(row, width, [=](V v) { return Select(Equal8(Clamp<side>(v, limit), v), v, fill); });
     }
     for (; x < width; ++x)
         row[x] = (side == Side::Above ? row[x] > threshold : row[x] < threshold) ? value : row[x];
