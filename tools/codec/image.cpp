@@ -92,11 +92,12 @@ Image ReadPnm(const Bytes& bytes)
     const int width = header.Number(), height = header.Number(), largest = header.Number();
     if (largest < 1 || largest > 65535)
         throw Error("PNM with a largest value of " + std::to_string(largest));
-    Image image = MakeImage(width, height, bytes[1] == '5' ? 1 : 3, largest > 255 ? BitsFor(largest) : 8);
-    const size_t count = (size_t)width * (size_t)height * (size_t)image.channels, wide = largest > 255 ? 2 : 1;
+    const int channels = bytes[1] == '5' ? 1 : 3;
+    const size_t count = (size_t)width * (size_t)height * (size_t)channels, wide = largest > 255 ? 2 : 1;
     const size_t begin = header.SamplesBegin();
-    if (bytes.size() < begin || bytes.size() - begin < count * wide)
+    if (bytes.size() < begin || (bytes.size() - begin) / wide < count)
         throw Error("PNM file is too short");
+    Image image = MakeImage(width, height, channels, largest > 255 ? BitsFor(largest) : 8);
     for (size_t i = 0; i < count; ++i) {
         if (wide == 2)
             image.wide[i] = (uint16_t)(bytes[begin + 2 * i] << 8 | bytes[begin + 2 * i + 1]);
@@ -190,18 +191,23 @@ void WriteFile(const std::string& path, const Bytes& bytes)
         throw Error(path + ": cannot be written");
 }
 
+Image DecodeImage(const Bytes& file)
+{
+    if (file.size() > 8 && std::memcmp(file.data(), "\x89PNG", 4) == 0)
+        return ReadPng(file);
+    if (file.size() > 8 && file[0] == 'P' && (file[1] == '5' || file[1] == '6'))
+        return ReadPnm(file);
+    throw Error("neither PNG nor binary PGM or PPM");
+}
+
 Image ReadImage(const std::string& path)
 {
     const Bytes bytes = ReadFile(path);
     try {
-        if (bytes.size() > 8 && std::memcmp(bytes.data(), "\x89PNG", 4) == 0)
-            return ReadPng(bytes);
-        if (bytes.size() > 8 && bytes[0] == 'P' && (bytes[1] == '5' || bytes[1] == '6'))
-            return ReadPnm(bytes);
+        return DecodeImage(bytes);
     } catch (const Error& error) {
         throw Error(path + ": " + error.what());
     }
-    throw Error(path + ": neither PNG nor binary PGM or PPM");
 }
 
 void WriteImage(const std::string& path, const Image& image)

@@ -41,6 +41,7 @@ void WriteFile(const std::string& path, const Bytes& bytes);
 
 // PNG or binary PGM/PPM, told apart by content when read and by extension when written. CMYK images
 // are written as RGB. Samples above 8 bits stay as they are.
+Image DecodeImage(const Bytes& file);
 Image ReadImage(const std::string& path);
 void WriteImage(const std::string& path, const Image& image);
 
