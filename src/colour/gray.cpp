@@ -92,12 +92,11 @@ inline V Weighted(V a, V b, V c, F ka, F kb, F kc)
 // The low halves of eight 32-bit lanes.
 inline V LowWords(V low, V high)
 {
-#if VEK_TIER >= 3
-    const V mask = Splat32(0xffff);
-    return Pack32sTo16u(And(low, mask), And(high, mask));
-#else
+    if constexpr (VEK_TIER >= 3) {
+        const V mask = Splat32(0xffff);
+        return Pack32sTo16u(And(low, mask), And(high, mask));
+    }
     return Pack32sTo16s(ShiftRight32s<16>(ShiftLeft32<16>(low)), ShiftRight32s<16>(ShiftLeft32<16>(high)));
-#endif
 }
 
 template <int channels>
