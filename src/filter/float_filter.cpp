@@ -46,11 +46,11 @@ void ConvertRow(const Vek8u* src, Vek32f* dst, int64_t samples)
 {
     for (int64_t i = 0; i < samples; i += 16) {
         const int64_t x = Min(i, samples - 16);  // a row is at least one block
-        const V v = LoadU(src + x), low = WidenLow8u(v), high = WidenHigh8u(v);
-        StoreU(dst + x, ToFloat(WidenLow16u(low)));
-        StoreU(dst + x + 4, ToFloat(WidenHigh16u(low)));
-        StoreU(dst + x + 8, ToFloat(WidenLow16u(high)));
-        StoreU(dst + x + 12, ToFloat(WidenHigh16u(high)));
+        const V v = LoadU(src + x);
+        StoreU(dst + x, ToFloat(WidenLow8uTo32(v)));
+        StoreU(dst + x + 4, ToFloat(WidenLow8uTo32(BytesDown<4>(v))));
+        StoreU(dst + x + 8, ToFloat(WidenLow8uTo32(BytesDown<8>(v))));
+        StoreU(dst + x + 12, ToFloat(WidenLow8uTo32(BytesDown<12>(v))));
     }
 }
 
@@ -113,9 +113,52 @@ inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, 
     StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s.a), RoundBlock(s.b)), Pack32sTo16s(RoundBlock(s.c), RoundBlock(s.d))));
 }
 
+// Four samples under a kernel of three by three, whose coefficients stay in registers.
+template <Order order>
+inline F Sum3x3(const F (&k)[9], const Vek32f* const (&rows)[3], int64_t x, Vek32s pixel)
+{
+    const auto product = [&](int i) { return Mul(LoadU(rows[i / 3] + x + i % 3 * (int64_t)pixel), k[i]); };
+    F sum = Add(Add(product(0), product(1)), product(2));
+    if constexpr (order == Order::ByRow) {
+        sum = Add(sum, Add(Add(product(3), product(4)), product(5)));
+        return Add(sum, Add(Add(product(6), product(7)), product(8)));
+    }
+    sum = Add(Add(Add(sum, product(3)), product(4)), product(5));
+    return Add(Add(Add(sum, product(6)), product(7)), product(8));
+}
+
+template <Order order>
+void FilterRow3x3(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize, Vek32s pixel)
+{
+    const Vek32f* rows[3];
+    F k[9];
+    for (int m = 0; m < 3; ++m)
+        rows[m] = ring.rows + (oldest + m) % 3 * ring.stride;
+    for (int i = 0; i < 9; ++i)
+        k[i] = LoadA(ring.coefficients + 4 * i);
+    for (int64_t i = 0; i < samples; i += 16) {
+        const int64_t x = Min(i, samples - 16);
+        const auto rounded = [&](int part) { return RoundBlock(Sum3x3<order>(k, rows, x + 4 * part, pixel)); };
+        const V a = rounded(0), ab = Pack32sTo16s(a, rounded(1));
+        const V c = rounded(2), cd = Pack32sTo16s(c, rounded(3));
+        StoreU(dst + x, Pack16sTo8u(ab, cd));
+    }
+}
+
 template <Order order, int width>
+void FilterRow(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize kernel, Vek32s pixel)
+{
+    for (int64_t i = 0; i < samples; i += 16) {
+        const int64_t x = Min(i, samples - 16);
+        FilterBlock<order, width>(ring, oldest, x, dst + x, kernel, pixel);
+    }
+}
+
+// A destination row from the ring, whose first source row stands in slot `oldest`.
+using RowFilter = void (*)(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize kernel, Vek32s pixel);
+
 void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
-                  const Ring& ring, VekImageSize kernel)
+                  const Ring& ring, VekImageSize kernel, RowFilter filterRow)
 {
     const int64_t read = samples + (int64_t)(kernel.width - 1) * source.pixel;
     for (Vek32s m = 0; m < kernel.height - 1; ++m)
@@ -124,11 +167,7 @@ void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t 
     for (Vek32s y = 0; y < height; ++y) {
         const Vek32s newest = oldest == 0 ? kernel.height - 1 : oldest - 1;
         ConvertRow(Offset(source.first, ((int64_t)y + kernel.height - 1) * source.step), ring.rows + newest * ring.stride, read);
-        Vek8u* dst = Row(pDst, dstStep, y);
-        for (int64_t i = 0; i < samples; i += 16) {
-            const int64_t x = Min(i, samples - 16);
-            FilterBlock<order, width>(ring, oldest, x, dst + x, kernel, source.pixel);
-        }
+        filterRow(ring, oldest, Row(pDst, dstStep, y), samples, kernel, source.pixel);
         oldest = oldest + 1 == kernel.height ? 0 : oldest + 1;
     }
 }
@@ -145,11 +184,12 @@ bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t sam
         return false;
     for (int64_t i = 0; i < taps; ++i)
         StoreA(scratch + 4 * i, SplatF(Get(pKernel + (taps - 1 - i))));
-    const auto filter = kernel.width == 3 ? FilterBlocks<order, 3>
-        : kernel.width == 5 ? FilterBlocks<order, 5>
-        : kernel.width == 7 ? FilterBlocks<order, 7>
-        : FilterBlocks<order, 0>;
-    filter(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel);
+    const RowFilter filterRow = kernel.width == 3 && kernel.height == 3 ? FilterRow3x3<order>
+        : kernel.width == 3 ? FilterRow<order, 3>
+        : kernel.width == 5 ? FilterRow<order, 5>
+        : kernel.width == 7 ? FilterRow<order, 7>
+        : FilterRow<order, 0>;
+    FilterBlocks(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel, filterRow);
     ReleaseBlock(scratch);
     return true;
 }
