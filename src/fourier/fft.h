@@ -4,6 +4,7 @@
 #define UVEK_FOURIER_FFT_H
 
 #include "fourier/forms.h"
+#include "frame/memory.h"
 #include "uvek/fourier.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -75,10 +76,23 @@ template <typename T> bool ScalingOf(Vek32s flag, Vek64f n, Scaling<T>* pScaling
 constexpr int64_t kLargestWorkSize = 0x7fffffff - 64;
 
 // The work memory of one call: the caller's, rounded up, or its own until it goes out of scope.
+// In line: a small transform takes hardly longer than two calls.
 class WorkMemory {
 public:
-    WorkMemory(Vek8u* pBuffer, int64_t bytes, int64_t alignment = 32);
-    ~WorkMemory();
+    WorkMemory(Vek8u* pBuffer, int64_t bytes, int64_t alignment = 32)
+        : p_((Vek8u*)(((uintptr_t)pBuffer + (uintptr_t)(alignment - 1)) & ~(uintptr_t)(alignment - 1)))
+    {
+        if (!pBuffer && bytes != 0) {
+            owned_ = AllocateBlock(bytes);
+            missing_ = !owned_;
+            p_ = (Vek8u*)owned_;
+        }
+    }
+    ~WorkMemory()
+    {
+        if (owned_)
+            ReleaseBlock(owned_);
+    }
     WorkMemory(const WorkMemory&) = delete;
     WorkMemory& operator=(const WorkMemory&) = delete;
 
@@ -87,7 +101,7 @@ public:
     template <typename T> T* as() const { return (T*)p_; }
 
 private:
-    Vek8u* p_ = nullptr;
+    Vek8u* p_;
     void* owned_ = nullptr;
     bool missing_ = false;
 };

@@ -217,8 +217,7 @@ VEK_BUTTERFLY void StageStep(Fours<T> in, int64_t first, int64_t length, const T
             const auto x = Held(Load(in, first + ReversedPlace<bits>(n) * length));
             if (n == 0)
                 return x;
-            const auto root = LoadRoot(roots + 8 * (n - 1));
-            return MulRoot<inverse>(x, bits == 3 ? Held(root) : root);
+            return MulRoot<inverse>(x, LoadRoot(roots + 8 * (n - 1)));
         },
         [=](int n, Cx<LanesType<T>> x) __attribute__((always_inline)) { Store(out, to + n * apart, x); });
 }

@@ -77,25 +77,29 @@ void WalkPairs(T* z, int64_t m, const T* table, bool isGrouped)
 }
 
 // Orders 0 to 3 whole, in the working layout; a scale comes after the first additions.
-template <typename T>
-void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
+template <int order, typename T>
+VEK_BUTTERFLY void ForwardDirect(const T* src, T* dst, T scale)
 {
-    T x[8];
-    const int n = 1 << order;
-    memcpy(x, src, (size_t)n * sizeof(T));
-    const T turned = order == 2 ? (x[3] - x[1]) * scale : 0;  // not x[1] - x[3] negated, which makes a zero negative
+    constexpr int n = 1 << order;
+    T x[n];
+    memcpy(x, src, sizeof x);
+    [[maybe_unused]] T turned = 0;
+    if constexpr (order == 2)
+        turned = (x[3] - x[1]) * scale;  // not x[1] - x[3] negated, which makes a zero negative
+#pragma GCC unroll 4
     for (int i = 0; i < n / 2; ++i) {
         const T a = x[i], b = x[i + n / 2];
         x[i] = a + b;
         x[i + n / 2] = a - b;
     }
+#pragma GCC unroll 8
     for (int i = 0; i < n; ++i)
         x[i] *= scale;
-    if (order == 2) {
+    if constexpr (order == 2) {
         const T s0 = x[0], s1 = x[1], d0 = x[2];
         const T out[] = {s0 + s1, s0 - s1, d0, turned};
         memcpy(x, out, sizeof out);
-    } else if (order == 3) {
+    } else if constexpr (order == 3) {
         // The sums are a transform of four; the differences, turned, give X[1] and X[3].
         const T half = (T)0.70710678118654752440;
         const T s02 = x[0] + x[2], s13 = x[1] + x[3];
@@ -103,25 +107,36 @@ void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
         const T out[] = {s02 + s13, s02 - s13, x[4] + p, -x[6] - q, x[0] - x[2], x[3] - x[1], x[4] - p, x[6] - q};
         memcpy(x, out, sizeof out);
     }
-    memcpy(dst, x, (size_t)n * sizeof(T));
+    memcpy(dst, x, sizeof x);
+}
+
+template <typename T>
+void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
+{
+    switch (order) {
+    case 0: return ForwardDirect<0>(src, dst, scale);
+    case 1: return ForwardDirect<1>(src, dst, scale);
+    case 2: return ForwardDirect<2>(src, dst, scale);
+    default: return ForwardDirect<3>(src, dst, scale);
+    }
 }
 
 // From the working layout, n times the inverse before the scale.
-template <typename T>
-void InverseSmall(Vek32s order, const T* src, T* dst, T scale)
+template <int order, typename T>
+VEK_BUTTERFLY void InverseDirect(const T* src, T* dst, T scale)
 {
-    T x[8];
-    const int n = 1 << order;
-    memcpy(x, src, (size_t)n * sizeof(T));
-    if (order == 1) {
+    constexpr int n = 1 << order;
+    T x[n];
+    memcpy(x, src, sizeof x);
+    if constexpr (order == 1) {
         const T a = x[0], b = x[1];
         x[0] = a + b;
         x[1] = a - b;
-    } else if (order == 2) {
+    } else if constexpr (order == 2) {
         const T even = x[0] + x[1], odd = x[0] - x[1], re = 2 * x[2], im = 2 * x[3];
         const T out[] = {even + re, odd - im, even - re, odd + im};
         memcpy(x, out, sizeof out);
-    } else if (order == 3) {
+    } else if constexpr (order == 3) {
         const T root2 = (T)1.41421356237309504880;
         // Even outputs: a transform of four over X[0], X[4], X[2] and the sums of X[1] and X[3].
         const T even = x[0] + x[1], odd = x[0] - x[1], re2 = 2 * x[4], im2 = 2 * x[5];
@@ -131,9 +146,21 @@ void InverseSmall(Vek32s order, const T* src, T* dst, T scale)
         const T out[] = {e0 + o0, e1 + o1, e2 + o2, e3 + o3, e0 - o0, e1 - o1, e2 - o2, e3 - o3};
         memcpy(x, out, sizeof out);
     }
+#pragma GCC unroll 8
     for (int i = 0; i < n; ++i)
         x[i] *= scale;
-    memcpy(dst, x, (size_t)n * sizeof(T));
+    memcpy(dst, x, sizeof x);
+}
+
+template <typename T>
+void InverseSmall(Vek32s order, const T* src, T* dst, T scale)
+{
+    switch (order) {
+    case 0: return InverseDirect<0>(src, dst, scale);
+    case 1: return InverseDirect<1>(src, dst, scale);
+    case 2: return InverseDirect<2>(src, dst, scale);
+    default: return InverseDirect<3>(src, dst, scale);
+    }
 }
 
 // The forward transform to the working layout.

@@ -7,25 +7,29 @@
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
-template <bool inverse, typename T, typename Form>
-void TransformSmall(Vek32s order, Form src, Form dst, T scale)
+// Unrolled: an array that is indexed by a loop variable stays in memory.
+template <bool inverse, int order, typename T, typename Form>
+VEK_BUTTERFLY void DirectKernel(Form src, Form dst, T scale)
 {
-    Cx<T> x[8];
-    const int n = 1 << order;
+    constexpr int n = 1 << order;
+    Cx<T> x[n];
+#pragma GCC unroll 8
     for (int i = 0; i < n; ++i)
         x[i] = LoadOne(src, i);
+#pragma GCC unroll 4
     for (int i = 0; i < n / 2; ++i)
         Butterfly2(x[i], x[i + n / 2]);
+#pragma GCC unroll 8
     for (int i = 0; i < n; ++i)
         x[i] = Scale(x[i], scale);
-    if (order == 2) {
+    if constexpr (order == 2) {
         // Sums give the even outputs, differences (the second one turned) the odd ones.
         const Cx<T> s0 = x[0], s1 = x[1], d0 = x[2], d1 = x[3];
         x[0] = Add(s0, s1);
         x[1] = AddTurned<inverse>(d0, d1);
         x[2] = Sub(s0, s1);
         x[3] = SubTurned<inverse>(d0, d1);
-    } else if (order == 3) {
+    } else if constexpr (order == 3) {
         const T half = (T)0.70710678118654752440;
         Cx<T> e[4] = {x[0], x[1], x[2], x[3]};
         Butterfly4<inverse>(e[0], e[1], e[2], e[3]);
@@ -34,13 +38,26 @@ void TransformSmall(Vek32s order, Form src, Form dst, T scale)
         const Cx<T> zero = {0, 0}, turned1 = AddTurned<inverse>(d1, d1), turned3 = SubTurned<inverse>(d3, d3);
         Cx<T> d[4] = {x[4], Scale(turned1, half), AddTurned<inverse>(zero, x[6]), Scale(Sub(zero, turned3), half)};
         Butterfly4<inverse>(d[0], d[1], d[2], d[3]);
+#pragma GCC unroll 4
         for (int i = 0; i < 4; ++i) {
             x[2 * i] = e[i];
             x[2 * i + 1] = d[i];
         }
     }
+#pragma GCC unroll 8
     for (int i = 0; i < n; ++i)
         StoreOne(dst, i, x[i]);
+}
+
+template <bool inverse, typename T, typename Form>
+void TransformSmall(Vek32s order, Form src, Form dst, T scale)
+{
+    switch (order) {
+    case 0: return DirectKernel<inverse, 0>(src, dst, scale);
+    case 1: return DirectKernel<inverse, 1>(src, dst, scale);
+    case 2: return DirectKernel<inverse, 2>(src, dst, scale);
+    default: return DirectKernel<inverse, 3>(src, dst, scale);
+    }
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE

@@ -318,19 +318,6 @@ VekStatus FftRecordFree(FftSpec<T>* pSpec, Vek32u id)
     return StatusOk;
 }
 
-WorkMemory::WorkMemory(Vek8u* pBuffer, int64_t bytes, int64_t alignment)
-{
-    if (!pBuffer && bytes != 0) {
-        owned_ = AllocateBlock(bytes);
-        missing_ = !owned_;
-        p_ = (Vek8u*)owned_;
-    } else {
-        p_ = (Vek8u*)(((uintptr_t)pBuffer + (uintptr_t)(alignment - 1)) & ~(uintptr_t)(alignment - 1));
-    }
-}
-
-WorkMemory::~WorkMemory() { ReleaseBlock(owned_); }
-
 template bool ScalingOf(Vek32s, Vek64f, Scaling<Vek32f>*);
 template VekStatus FftRecordBuild(FftSpec<Vek32f>**, Vek32u, Vek32s, Vek32s, Vek32s, Vek32u);
 template VekStatus FftRecordBuild(FftSpec<Vek64f>**, Vek32u, Vek32s, Vek32s, Vek32s, Vek32u);
