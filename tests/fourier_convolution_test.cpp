@@ -38,18 +38,25 @@ int Check(VekImageSize size1, VekImageSize size2, std::mt19937& random, int stri
     const ScopedAllocator allocator;
     EXPECT_EQ(StatusOk, Convolve(a, b, dst));
     EXPECT_EQ(0, allocator.live());
-    // The roundings of a plain sum of n products of noise add up to 0.2 n units; six times that never happens.
-    const double terms = (double)std::min(size1.width, size2.width) * std::min(size1.height, size2.height);
-    // A transform spreads its error over the block: of the results' size, sqrt(terms), up to 0.6 sqrt(log2 N) units
-    // in each of three passes, and six times that never happens either.
-    const double transformed = allocator.requests() > 0 ? 0.6 * 6 * std::sqrt(3 * std::log2((double)dst.width() * dst.height() * 4)) : 0;
-    const double bound = std::numeric_limits<float>::epsilon() * (1.2 * terms + (8 + transformed) * std::sqrt(terms) + 8);
+    const bool isDirect = allocator.requests() == 0;
+    const double unit = 0.5 * std::numeric_limits<float>::epsilon();
+    // A transform spreads its error over the block, or over a row or column of it that is large: of the results' size,
+    // the root of how many products of noise they sum, and of this result's, up to 0.6 sqrt(log2 N) units in each of
+    // three passes. Six times that never happens.
+    const double most = (double)std::min(size1.width, size2.width) * std::min(size1.height, size2.height);
+    const double passes = 6 * 0.6 * std::sqrt(3 * std::log2((double)dst.width() * dst.height() * 4)) * 2 * unit;
     for (Vek32s y = 0; y < dst.height(); ++y)
         for (Vek32s x = y % stride; x < dst.width(); x += stride) {
-            double sum = 0;
+            double sum = 0, magnitude = 0;
+            int terms = 0;
             for (Vek32s j = std::max(0, y - b.height() + 1); j <= std::min(y, a.height() - 1); ++j)
-                for (Vek32s i = std::max(0, x - b.width() + 1); i <= std::min(x, a.width() - 1); ++i)
-                    sum += (double)a.at(i, j) * b.at(x - i, y - j);
+                for (Vek32s i = std::max(0, x - b.width() + 1); i <= std::min(x, a.width() - 1); ++i, ++terms) {
+                    const double product = (double)a.at(i, j) * b.at(x - i, y - j);
+                    sum += product;
+                    magnitude += std::fabs(product);
+                }
+            // A sum of n products in any order is off by n roundings of the sum of their magnitudes at most.
+            const double bound = isDirect ? terms * unit * magnitude : passes * (std::sqrt(most) + std::fabs(sum));
             if (std::fabs(sum - dst.at(x, y)) > bound) {
                 ADD_FAILURE() << "(" << x << ", " << y << ") of " << size1.width << "x" << size1.height << " by " << size2.width << "x" << size2.height
                               << ": " << dst.at(x, y) << " for " << sum << " seed " << Seed();
