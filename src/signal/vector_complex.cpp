@@ -1,6 +1,7 @@
 // Magnitude, power and phase of complex vectors.
 #include "frame/simd_float.h"
 #include "signal/arctangent.h"
+#include "signal/elementwise.h"
 #include "uvek/signal.h"
 
 #include <math.h>
@@ -32,6 +33,11 @@ struct Pairs {
     }
     Vek32f Re(Vek32s i) const { return Get(At(i)); }
     Vek32f Im(Vek32s i) const { return Get(At(i) + 1); }
+};
+
+struct SumOfSquares {
+    F operator()(F x, F y) const { return Add(Mul(x, x), Mul(y, y)); }
+    Vek32f operator()(Vek32f x, Vek32f y) const { return x * x + y * y; }
 };
 
 inline Vek32f MagnitudeOf(Vek32f re, Vek32f im)
@@ -119,18 +125,7 @@ VekStatus veksPowerSpectr_32f(const Vek32f* pSrcRe, const Vek32f* pSrcIm, Vek32f
     if (!pSrcRe || !pSrcIm || !pDst)  return StatusNullPointer;
     if (len < 1)                      return StatusBadSize;
 
-    Vek32s i = 0;
-    if (kBlocks)
-        for (; len - i >= 8; i += 8) {
-            const F x0 = LoadU(pSrcRe + i), x1 = LoadU(pSrcRe + i + 4);
-            const F y0 = LoadU(pSrcIm + i), y1 = LoadU(pSrcIm + i + 4);
-            StoreU(pDst + i, Add(Mul(x0, x0), Mul(y0, y0)));
-            StoreU(pDst + i + 4, Add(Mul(x1, x1), Mul(y1, y1)));
-        }
-    for (; i < len; ++i) {
-        const Vek32f x = Get(pSrcRe + i), y = Get(pSrcIm + i);
-        Put(pDst + i, x * x + y * y);
-    }
+    MapTwo(pSrcRe, pSrcIm, pDst, len, SumOfSquares{});
     return StatusOk;
 }
 
