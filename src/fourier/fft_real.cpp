@@ -113,12 +113,7 @@ VEK_BUTTERFLY void ForwardDirect(const T* src, T* dst, T scale)
 template <typename T>
 void ForwardSmall(Vek32s order, const T* src, T* dst, T scale)
 {
-    switch (order) {
-    case 0: return ForwardDirect<0>(src, dst, scale);
-    case 1: return ForwardDirect<1>(src, dst, scale);
-    case 2: return ForwardDirect<2>(src, dst, scale);
-    default: return ForwardDirect<3>(src, dst, scale);
-    }
+    WithDirectOrder(order, [=](auto n) { ForwardDirect<n.value>(src, dst, scale); });
 }
 
 // From the working layout, n times the inverse before the scale.
@@ -155,12 +150,7 @@ VEK_BUTTERFLY void InverseDirect(const T* src, T* dst, T scale)
 template <typename T>
 void InverseSmall(Vek32s order, const T* src, T* dst, T scale)
 {
-    switch (order) {
-    case 0: return InverseDirect<0>(src, dst, scale);
-    case 1: return InverseDirect<1>(src, dst, scale);
-    case 2: return InverseDirect<2>(src, dst, scale);
-    default: return InverseDirect<3>(src, dst, scale);
-    }
+    WithDirectOrder(order, [=](auto n) { InverseDirect<n.value>(src, dst, scale); });
 }
 
 // The forward transform to the working layout.

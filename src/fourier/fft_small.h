@@ -7,6 +7,23 @@
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
+template <int order>
+struct DirectOrder {
+    static constexpr int value = order;
+};
+
+// Calls `kernel` with the order, 0 to 3, as a constant.
+template <typename Kernel>
+VEK_BUTTERFLY void WithDirectOrder(Vek32s order, Kernel kernel)
+{
+    switch (order) {
+    case 0: return kernel(DirectOrder<0>{});
+    case 1: return kernel(DirectOrder<1>{});
+    case 2: return kernel(DirectOrder<2>{});
+    default: return kernel(DirectOrder<3>{});
+    }
+}
+
 // Unrolled: an array that is indexed by a loop variable stays in memory.
 template <bool inverse, int order, typename T, typename Form>
 VEK_BUTTERFLY void DirectKernel(Form src, Form dst, T scale)
@@ -52,12 +69,7 @@ VEK_BUTTERFLY void DirectKernel(Form src, Form dst, T scale)
 template <bool inverse, typename T, typename Form>
 void TransformSmall(Vek32s order, Form src, Form dst, T scale)
 {
-    switch (order) {
-    case 0: return DirectKernel<inverse, 0>(src, dst, scale);
-    case 1: return DirectKernel<inverse, 1>(src, dst, scale);
-    case 2: return DirectKernel<inverse, 2>(src, dst, scale);
-    default: return DirectKernel<inverse, 3>(src, dst, scale);
-    }
+    WithDirectOrder(order, [=](auto n) { DirectKernel<inverse, n.value>(src, dst, scale); });
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE
