@@ -111,27 +111,25 @@ struct Gauss5 {
 };
 
 // With the multiply-add of bytes a row gives its weighted sums for windows that have it as an outer, an
-// inner or the middle row: 16 bits hold each, and that of two like rows. Left, here and right load two
-// bytes apart, so that an even place meets their pairs as (-2 -1) (0 1) (2 3), an odd one a place later.
+// inner or the middle row: 16 bits hold each, and that of two like rows. The two places to the left, the
+// centre and the two to the right are a product each, which no weight saturates; loads a byte apart let
+// even and odd places share the constants, whose loads bound this kernel.
 struct Gauss5Bytes : Gauss5 {
     struct BlockRow { WordPair outer, inner, middle; };
 
     static V Pairs(V v, Vek32s first, Vek32s second) { return MulAdd8us(v, Splat16(first | second << 8)); }
 
-    static WordPair Weighted(V left, V here, V right, Vek32s far, Vek32s near, Vek32s centre)
+    static WordPair Weighted(const V (&at)[5], Vek32s far, Vek32s near, Vek32s centre)
     {
-        return {Add16(Add16(Pairs(left, far, near), Pairs(here, centre, near)), Pairs(right, far, 0)),
-                Add16(Add16(Pairs(left, 0, far), Pairs(here, near, centre)), Pairs(right, near, far))};
+        return {Add16(Add16(Pairs(at[0], far, near), Pairs(at[2], centre, 0)), Pairs(at[3], near, far)),
+                Add16(Add16(Pairs(at[1], far, near), Pairs(at[2], 0, centre)), Pairs(at[4], near, far))};
     }
 
     static BlockRow Block(const Vek8u* p)
     {
-        const V left = LoadU(p - 2), here = LoadU(p), right = LoadU(p + 2);
-        const WordPair inner = Weighted(left, here, right, kEdge, kInnerCorner, kInnerEdge);
-        // The middle row's own weights would saturate a pair; what it has more than an inner row does not.
-        const WordPair more = Weighted(left, here, right, kArm - kEdge, kInnerEdge - kInnerCorner, kCentre - kInnerEdge);
-        return {Weighted(left, here, right, kCorner, kEdge, kArm), inner,
-                {Add16(inner.even, more.even), Add16(inner.odd, more.odd)}};
+        const V at[5] = {LoadU(p - 2), LoadU(p - 1), LoadU(p), LoadU(p + 1), LoadU(p + 2)};
+        return {Weighted(at, kCorner, kEdge, kArm), Weighted(at, kEdge, kInnerCorner, kInnerEdge),
+                Weighted(at, kArm, kInnerEdge, kCentre)};
     }
 
     static void StoreBlock(const BlockRow& a, const BlockRow& b, const BlockRow& c, const BlockRow& d, const BlockRow& e,
