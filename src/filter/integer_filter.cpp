@@ -166,52 +166,88 @@ Divisor ForBlocks(const Divisor& divisor, const Vek32s* pKernel, VekImageSize ke
     return {Division::Product, 0, 1.0f / (Vek32f)(1u << divisor.shift)};
 }
 
-template <Division form>
+// pairs: how many there are, or 0 where that is not known beforehand and taps.count tells.
+template <int pairs, typename AddPair>
+inline void ForEachPair(const Taps& taps, AddPair addPair)
+{
+    if constexpr (pairs > 0) {
+        if constexpr (pairs > 1)
+            ForEachPair<pairs - 1>(taps, addPair);
+        addPair(taps.pairs[pairs - 1]);
+    } else {
+#pragma GCC unroll 4
+        for (int64_t i = 0; i < taps.count; ++i)
+            addPair(taps.pairs[i]);
+    }
+}
+
+template <Division form, int pairs>
 inline void FilterBlockBytes(const Vek8u* src, Vek8u* dst, const Taps& taps, const Quotients<form>& quotients)
 {
     V low = Splat16(taps.bias), high = low;
-    for (int64_t i = 0; i < taps.count; ++i) {
-        const TapPair& pair = taps.pairs[i];
+    ForEachPair<pairs>(taps, [&](const TapPair& pair) {
         const V a = LoadU(src + pair.first), b = LoadU(src + pair.second);
         low = Add16(low, MulAdd8us(UnpackLow8(a, b), pair.coefficients));
         high = Add16(high, MulAdd8us(UnpackHigh8(a, b), pair.coefficients));
-    }
+    });
     const V bias = Splat32(taps.bias);
     quotients.Store(dst, Sub32(WidenLow16u(low), bias), Sub32(WidenHigh16u(low), bias),
                     Sub32(WidenLow16u(high), bias), Sub32(WidenHigh16u(high), bias));
 }
 
-template <Division form>
+template <Division form, int pairs>
 inline void FilterBlockWords(const Vek8u* src, Vek8u* dst, const Taps& taps, const Quotients<form>& quotients)
 {
     V s0 = Zero(), s1 = Zero(), s2 = Zero(), s3 = Zero();
-    for (int64_t i = 0; i < taps.count; ++i) {
-        const TapPair& pair = taps.pairs[i];
+    ForEachPair<pairs>(taps, [&](const TapPair& pair) {
         const V a = LoadU(src + pair.first), b = LoadU(src + pair.second);
         const V low = UnpackLow8(a, b), high = UnpackHigh8(a, b);
         s0 = Add32(s0, MulAdd16(WidenLow8u(low), pair.coefficients));
         s1 = Add32(s1, MulAdd16(WidenHigh8u(low), pair.coefficients));
         s2 = Add32(s2, MulAdd16(WidenLow8u(high), pair.coefficients));
         s3 = Add32(s3, MulAdd16(WidenHigh8u(high), pair.coefficients));
-    }
+    });
     quotients.Store(dst, s0, s1, s2, s3);
 }
 
-template <Division form>
-void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height, const Taps& taps, const Divisor& divisor)
+template <Division form, bool bytes, int pairs>
+void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, VekImageSize kernel, Vek32s height,
+                  const Taps& taps, const Divisor& divisor)
 {
     const Quotients<form> quotients(divisor);
     for (Vek32s y = 0; y < height; ++y) {
         const Vek8u* src = Row(source.first, source.step, y);
         Vek8u* dst = Row(pDst, dstStep, y);
+        // The row that the next destination row adds: the processor's own look-ahead ends with each page.
+        const Vek8u* below = Row(src, source.step, kernel.height);
+        for (int64_t x = 0; x < samples; x += 64)
+            Prefetch(below + x);
         for (int64_t i = 0; i < samples; i += 16) {
             const int64_t x = Min(i, samples - 16);
-            if (taps.bytes)
-                FilterBlockBytes(src + x, dst + x, taps, quotients);
+            if constexpr (bytes)
+                FilterBlockBytes<form, pairs>(src + x, dst + x, taps, quotients);
             else
-                FilterBlockWords(src + x, dst + x, taps, quotients);
+                FilterBlockWords<form, pairs>(src + x, dst + x, taps, quotients);
         }
     }
+}
+
+using BlockFilter = decltype(&FilterBlocks<Division::None, true, 0>);
+
+template <bool bytes, int pairs>
+BlockFilter ChooseFilter(Division form)
+{
+    return form == Division::None ? FilterBlocks<Division::None, bytes, pairs>
+        : form == Division::Shift ? FilterBlocks<Division::Shift, bytes, pairs>
+        : FilterBlocks<Division::Product, bytes, pairs>;
+}
+
+// A kernel of three by three without zeros makes five pairs.
+BlockFilter ChooseFilter(const Taps& taps, Division form)
+{
+    if (taps.count == 5)
+        return taps.bytes ? ChooseFilter<true, 5>(form) : ChooseFilter<false, 5>(form);
+    return taps.bytes ? ChooseFilter<true, 0>(form) : ChooseFilter<false, 0>(form);
 }
 
 // False where the scalar loop has to do it.
@@ -227,10 +263,7 @@ bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t sam
     const bool fits = MakeTaps(taps, source, pKernel, kernel);
     if (fits) {
         const Divisor d = ForBlocks(divisor, pKernel, kernel);
-        const auto filter = d.form == Division::None ? FilterBlocks<Division::None>
-            : d.form == Division::Shift ? FilterBlocks<Division::Shift>
-            : FilterBlocks<Division::Product>;
-        filter(source, pDst, dstStep, samples, height, taps, d);
+        ChooseFilter(taps, d.form)(source, pDst, dstStep, samples, kernel, height, taps, d);
     }
     ReleaseBlock(taps.pairs);
     return fits;
