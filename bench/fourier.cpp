@@ -40,6 +40,7 @@ void RegisterPrepared(const std::string& operation, const std::string& peer, int
         if (tier >= 0)
             UseTier(tier);
         auto call = prepare();
+        call();
         for (auto _ : state) {
             call();
             benchmark::ClobberMemory();

@@ -34,28 +34,42 @@ inline void UseTier(int tier)
 // Whether this run holds its peers to SSE4.1: for those that take no such order from the environment.
 inline bool PeersAreHeld() { return std::getenv("UVEK_BENCH_HELD") != nullptr; }
 
-// A 64-byte aligned packed image of smooth waves with some grain, alike for every peer.
+// A 64-byte aligned packed image of smooth waves with some grain, alike for every peer. It is made when it is
+// first asked for: a run of a few benchmarks waits for no others' images.
 template <typename T>
 class Image {
 public:
-    Image(Size size, int channels) : size_(size), channels_(channels), samples_((size_t)size.width * size.height * channels + 64 / sizeof(T))
+    Image(Size size, int channels) : size_(size), channels_(channels) {}
+    T* data()
     {
-        while (((uintptr_t)(samples_.data() + shift_)) % 64)
-            ++shift_;
-        uint32_t grain = 1;
-        T* p = data();
-        for (int y = 0; y < size.height; ++y)
-            for (int x = 0; x < size.width * channels; ++x) {
-                grain = grain * 1664525u + 1013904223u;
-                *p++ = (T)(120 + 90 * std::sin(x * 0.013) * std::cos(y * 0.017) + (grain >> 28));
-            }
+        if (samples_.empty())
+            Make();
+        return samples_.data() + shift_;
     }
-    T* data() { return samples_.data() + shift_; }
     int step() const { return (int)(size_.width * channels_ * sizeof(T)); }
     int64_t bytes() const { return (int64_t)step() * size_.height; }
     VekImageSize size() const { return {size_.width, size_.height}; }
 
 private:
+    void Make()
+    {
+        std::vector<double> wave((size_t)(size_.width * channels_));
+        for (size_t x = 0; x < wave.size(); ++x)
+            wave[x] = 90 * std::sin((double)x * 0.013);
+        samples_.resize(wave.size() * (size_t)size_.height + 64 / sizeof(T));
+        while (((uintptr_t)(samples_.data() + shift_)) % 64)
+            ++shift_;
+        uint32_t grain = 1;
+        T* p = samples_.data() + shift_;
+        for (int y = 0; y < size_.height; ++y) {
+            const double height = std::cos(y * 0.017);
+            for (const double w : wave) {
+                grain = grain * 1664525u + 1013904223u;
+                *p++ = (T)(120 + w * height + (grain >> 28));
+            }
+        }
+    }
+
     Size size_;
     int channels_;
     std::vector<T> samples_;
@@ -69,6 +83,7 @@ void Register(const std::string& operation, const std::string& peer, int tier, c
     benchmark::RegisterBenchmark((operation + "/" + peer + "/" + size).c_str(), [=](benchmark::State& state) mutable {
         if (tier >= 0)
             UseTier(tier);
+        call();  // makes the images, and warms what it runs through
         for (auto _ : state) {
             call();
             benchmark::ClobberMemory();
