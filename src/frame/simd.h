@@ -44,17 +44,8 @@ inline V Load32(const void* p) { return _mm_cvtsi32_si128(Get((const Vek32s*)p))
 inline void Store32(void* p, V v) { Put((Vek32s*)p, (Vek32s)_mm_cvtsi128_si32(v)); }
 
 // The high 8 bytes.
-inline V LoadHigh64(V low, const void* p)
-{
-    const Vek64f bytes = Get((const Vek64f*)p);
-    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), &bytes));
-}
-inline void StoreHigh64(void* p, V v)
-{
-    Vek64f bytes;
-    _mm_storeh_pd(&bytes, _mm_castsi128_pd(v));
-    Put((Vek64f*)p, bytes);
-}
+inline V LoadHigh64(V low, const void* p) { return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), (const Vek64f*)p)); }
+inline void StoreHigh64(void* p, V v) { _mm_storeh_pd((Vek64f*)p, _mm_castsi128_pd(v)); }
 
 // ---- Constants ----
 
