@@ -223,16 +223,23 @@ public:
     template <typename Resample>
     const T* Fetch(Vek32s row, Resample resample)
     {
-        const int slot = (row % taps + taps) % taps;
-        if (!filled_[slot] || held_[slot] != row) {
+        const int slot = SlotOf(row);
+        if (!Holds(row)) {
             resample(row, lines_[slot]);
             held_[slot] = row;
             filled_[slot] = true;
         }
         return lines_[slot];
     }
+    bool Holds(Vek32s row) const
+    {
+        const int slot = SlotOf(row);
+        return filled_[slot] && held_[slot] == row;
+    }
 
 private:
+    static int SlotOf(Vek32s row) { return (row % taps + taps) % taps; }
+
     T* lines_[taps];
     Vek32s held_[taps];
     bool filled_[taps];

@@ -17,8 +17,7 @@ struct Columns {
     Vek32s count;
     bool blocks;
     Vek32s safe;            // columns that may read 8 bytes
-    Vek32s windows;         // that are in use
-    Vek32s windowColumns;   // of each: 8, or 4 where eight are too far apart
+    Vek32s windowColumns;   // that a window serves: 8, 4 where eight are too far apart, 0 where there are no windows
     const Vek32s* offset;
     const Window* window;
 };
@@ -38,106 +37,162 @@ inline V RowOfBytes(V taps, V negated)
     return Add16(base, MulRound16s(slope, negated));
 }
 
-Vek32s RowBlocksC1(const Vek8u* src, const Columns& columns, Vek16u* line)
+// Two samples of line buffers to a byte, by the weight of the second.
+struct RowBlend {
+    static constexpr Vek32s kRound = 1 << (kColumnShift - 1);
+    V negated, round;
+    Vek32u top, bottom;
+
+    explicit RowBlend(Vek32s weight)
+        : negated(Splat16(-2 * weight)), round(Splat16(kRound >> kWeightBits)), top((Vek32u)(kWholeWeight - weight)), bottom((Vek32u)weight) {}
+
+    // The sum's first term and the rounding are multiples of 1 << 14: what is left to divide by that is
+    // w (b - t), rounded down. Again -2 w fits 16 bits.
+    V Eight(V t, V b) const
+    {
+        const V d = Sub16(t, b);
+        return ShiftRight16u<kLineBits>(Add16(Add16(t, round), MulHigh16s(Add16(d, d), negated)));
+    }
+    Vek8u One(Vek16u t, Vek16u b) const { return (Vek8u)((b * bottom + t * top + kRound) >> kColumnShift); }
+};
+
+// The bytes a0 b0 a1 b1 .. of the taps of eight columns.
+inline V GatherTaps(const Vek8u* src, const Vek32s* index)
 {
-    Vek32s k = 0;
-    if (columns.windows > 0) {
-        // Held here, since the stores below might change them for all that the compiler knows.
-        const Vek32s* const offset = columns.offset;
-        const Window* const window = columns.window;
-        const Vek16s* const negated = columns.negated;
-        const Vek32s windows = columns.windows;
-        const auto taps = [=](Vek32s b) { return Shuffle8(LoadU(src + offset[b]), LoadU(window + b)); };
-        const auto row8 = [=](V bytes, Vek32s at) { StoreU(line + at, RowOfBytes(bytes, LoadU(negated + at))); };
-        if (columns.windowColumns == 4) {
-            for (Vek32s b = 0; b < windows; b += 2, k += 8)
-                row8(UnpackLow64(taps(b), taps(b + 1)), k);
-            return k;
+    const auto taps = [=](int i) { return (Vek32s)Get((const Vek16u*)(src + index[i])); };
+    V v = ShiftCount(taps(0));
+    v = Insert16<1>(v, taps(1));
+    v = Insert16<2>(v, taps(2));
+    v = Insert16<3>(v, taps(3));
+    v = Insert16<4>(v, taps(4));
+    v = Insert16<5>(v, taps(5));
+    v = Insert16<6>(v, taps(6));
+    return Insert16<7>(v, taps(7));
+}
+
+// The first columns of one row or two that the same destination row blends, by blocks. emit(k, v) gets eight words
+// of each row from column k on, of which those behind a block of three-channel pixels are to be overwritten.
+template <int rows, typename Emit>
+Vek32s RowBlocksC1(const Vek8u* const (&src)[rows], const Columns& columns, Emit emit)
+{
+    // Held here, since what is stored might change them for all that the compiler knows.
+    const Vek32s* const index = columns.index;
+    const Vek32s* const offset = columns.offset;
+    const Window* const window = columns.window;
+    const Vek16s* const negated = columns.negated;
+    const Vek32s blocks = columns.count / 8;
+    const auto gathered = [=](int r, Vek32s b) { return GatherTaps(src[r], index + 8 * b); };
+    const auto shuffled = [=](int r, Vek32s b) { return Shuffle8(LoadU(src[r] + offset[b]), LoadU(window + b)); };
+    const auto emit8 = [=](Vek32s b, auto taps) {
+        V v[rows];
+#pragma GCC unroll 2
+        for (int r = 0; r < rows; ++r)
+            v[r] = RowOfBytes(taps(r), LoadU(negated + 8 * b));
+        emit(8 * b, v);
+    };
+    if (columns.windowColumns == 4) {
+        for (Vek32s b = 0; b < blocks; ++b)
+            emit8(b, [=](int r) { return UnpackLow64(shuffled(r, 2 * b), shuffled(r, 2 * b + 1)); });
+    } else if (columns.windowColumns == 8) {
+#pragma GCC unroll 2
+        for (Vek32s b = 0; b < blocks; ++b)
+            emit8(b, [=](int r) { return shuffled(r, b); });
+    } else {
+        for (Vek32s b = 0; b < blocks; ++b) {
+            if constexpr (kHasByteShuffle) {
+                emit8(b, [=](int r) { return gathered(r, b); });
+            } else {
+                const Vek16u* const pair = columns.pair + 16 * (int64_t)b;
+                V v[rows];
+                for (int r = 0; r < rows; ++r) {
+                    const V taps = gathered(r, b);
+                    v[r] = Pack32sTo16s(RowOfPairs(WidenLow8u(taps), LoadU(pair)), RowOfPairs(WidenHigh8u(taps), LoadU(pair + 8)));
+                }
+                emit(8 * b, v);
+            }
         }
-        Vek32s b = 0;
-        for (; windows - b >= 2; b += 2, k += 16) {
-            row8(taps(b), k);
-            row8(taps(b + 1), k + 8);
-        }
-        if (b < windows) {
-            row8(taps(b), k);
-            k += 8;
-        }
-        return k;
     }
-    for (; columns.count - k >= 8; k += 8) {
-        const Vek32s* const x = columns.index + k;
-        const auto taps = [&](int i) { return (Vek32s)Get((const Vek16u*)(src + x[i])); };
-        V v = ShiftCount(taps(0));
-        v = Insert16<1>(v, taps(1));
-        v = Insert16<2>(v, taps(2));
-        v = Insert16<3>(v, taps(3));
-        v = Insert16<4>(v, taps(4));
-        v = Insert16<5>(v, taps(5));
-        v = Insert16<6>(v, taps(6));
-        v = Insert16<7>(v, taps(7));
-        if constexpr (kHasByteShuffle) {
-            StoreU(line + k, RowOfBytes(v, LoadU(columns.negated + k)));
-        } else {
-            const Vek16u* const pair = columns.pair + 2 * (int64_t)k;
-            StoreU(line + k, Pack32sTo16s(RowOfPairs(WidenLow8u(v), LoadU(pair)), RowOfPairs(WidenHigh8u(v), LoadU(pair + 8))));
-        }
-    }
-    return k;
+    return 8 * blocks;
 }
 
 // Two pixels with their right neighbours, eight bytes each.
 template <int channels>
 V RowOfTwoPixels(const Vek8u* first, const Vek8u* second, const Columns& columns, Vek32s k)
 {
+    constexpr bool three = channels == 3;
     if constexpr (kHasByteShuffle) {
-        constexpr int n = channels, x = channels == 3 ? 3 : 7;
-        const V taps = Shuffle8(LoadHigh64(Load64(first), second),
-                                Lanes8(0, n, 1, n + 1, 2, n + 2, 3, x, 8, n + 8, 9, n + 9, 10, n + 10, 11, x + 8));
-        return RowOfBytes(taps, Shuffle8(Load32(columns.negated + k), Lanes8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3)));
+        constexpr int n = channels;
+        const V pixels = LoadHigh64(Load64(first), second), weights = Load32(columns.negated + k);
+        if constexpr (three)
+            return RowOfBytes(Shuffle8(pixels, Lanes8(0, n, 1, n + 1, 2, n + 2, 8, n + 8, 9, n + 9, 10, n + 10, 11, 11, 11, 11)),
+                              Shuffle8(weights, Lanes8(0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3, 2, 3)));
+        else
+            return RowOfBytes(Shuffle8(pixels, Lanes8(0, n, 1, n + 1, 2, n + 2, 3, n + 3, 8, n + 8, 9, n + 9, 10, n + 10, 11, n + 11)),
+                              Shuffle8(weights, Lanes8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3)));
     } else {
         const auto taps = [](const Vek8u* p) {
             const V v = Load64(p);
             return WidenLow8u(UnpackLow8(v, BytesDown<channels>(v)));
         };
         const V weights = Load64(columns.pair + 2 * (int64_t)k);
-        return Pack32sTo16s(RowOfPairs(taps(first), Permute32<0, 0, 0, 0>(weights)), RowOfPairs(taps(second), Permute32<1, 1, 1, 1>(weights)));
+        const V v = Pack32sTo16s(RowOfPairs(taps(first), Permute32<0, 0, 0, 0>(weights)), RowOfPairs(taps(second), Permute32<1, 1, 1, 1>(weights)));
+        return three ? Select(Lanes16(-1, -1, -1, 0, 0, 0, 0, 0), v, BytesDown<2>(v)) : v;
     }
 }
 
-template <int channels>
-Vek32s RowBlocksPixels(const Vek8u* src, const Columns& columns, Vek16u* line)
+template <int channels, int rows, typename Emit>
+Vek32s RowBlocks(const Vek8u* const (&src)[rows], const Columns& columns, Emit emit)
 {
-    Vek32s k = 0;
-    for (; columns.safe - k >= 2; k += 2) {
-        const V v = RowOfTwoPixels<channels>(src + columns.index[k], src + columns.index[k + 1], columns, k);
-        Vek16u* const to = line + (int64_t)k * channels;
-        if constexpr (channels == 4) {
-            StoreU(to, v);
-        } else {
-            Store64(to, v);  // the fourth word is overwritten by the next pixel
-            StoreHigh64(to + 3, v);
+    if constexpr (channels == 1) {
+        return RowBlocksC1(src, columns, emit);
+    } else {
+        Vek32s k = 0;
+        for (; columns.safe - k >= 2; k += 2) {
+            V v[rows];
+#pragma GCC unroll 2
+            for (int r = 0; r < rows; ++r)
+                v[r] = RowOfTwoPixels<channels>(src[r] + columns.index[k], src[r] + columns.index[k + 1], columns, k);
+            emit(k, v);
         }
+        return k;
     }
-    return k;
+}
+
+// Visits the samples that are left from column k on: visit(sample, offset of the first tap, weights).
+template <int channels, typename Visit>
+inline void RowRest(const Columns& columns, Vek32s k, Visit visit)
+{
+    for (; k < columns.count; ++k)
+        for (int c = 0; c < channels; ++c)
+            visit((int64_t)k * channels + c, columns.index[k] + c, columns.pair + 2 * (int64_t)k);
+}
+
+template <int channels>
+inline Vek16u RowSample(const Vek8u* tap, const Vek16u* pair)
+{
+    return (Vek16u)(((Vek32u)pair[0] * tap[0] + (Vek32u)pair[1] * tap[channels] + (1 << (kRowShift - 1))) >> kRowShift);
 }
 
 template <int channels>
 void ResampleRow(const Vek8u* src, const Columns& columns, Vek16u* line)
 {
     Vek32s k = 0;
-    if (kBlocks && columns.blocks) {
-        if constexpr (channels == 1)
-            k = RowBlocksC1(src, columns, line);
-        else
-            k = RowBlocksPixels<channels>(src, columns, line);
-    }
-    for (; k < columns.count; ++k) {
-        const Vek8u* const a = src + columns.index[k];
-        const Vek32u w0 = columns.pair[2 * k], w1 = columns.pair[2 * k + 1];
-        for (int c = 0; c < channels; ++c)
-            line[(int64_t)k * channels + c] = (Vek16u)((w0 * a[c] + w1 * a[c + channels] + (1 << (kRowShift - 1))) >> kRowShift);
-    }
+    if (kBlocks && columns.blocks)
+        k = RowBlocks<channels>({src}, columns, [=](Vek32s at, const V (&v)[1]) { StoreU(line + (int64_t)at * channels, v[0]); });
+    RowRest<channels>(columns, k, [=](int64_t i, Vek32s tap, const Vek16u* pair) { line[i] = RowSample<channels>(src + tap, pair); });
+}
+
+// Both rows at once, for a destination row that shares neither with its neighbours.
+template <int channels>
+void ResampleAndBlend(const Vek8u* top, const Vek8u* bottom, const Columns& columns, Vek32s weight, Vek8u* dst)
+{
+    const RowBlend blend(weight);
+    const Vek32s k = RowBlocks<channels>({top, bottom}, columns, [=](Vek32s at, const V (&v)[2]) {
+        Store64(dst + (int64_t)at * channels, Pack16sTo8u(blend.Eight(v[0], v[1]), Zero()));
+    });
+    RowRest<channels>(columns, k, [=](int64_t i, Vek32s tap, const Vek16u* pair) {
+        dst[i] = blend.One(RowSample<channels>(top + tap, pair), RowSample<channels>(bottom + tap, pair));
+    });
 }
 
 template <int channels>
@@ -167,15 +222,24 @@ VekStatus LinearBytes(const ResizeJob& job)
         }, offset, window);
     };
     const Vek32s windowColumns = !goodX || blocks == 0 ? 0 : build(8) ? 8 : build(4) ? 4 : 0;
-    const Vek32s windows = windowColumns == 8 ? blocks : windowColumns == 4 ? 2 * blocks : 0;
-    const Columns columns = {xIndex, pair, negated, width, goodX, SafeColumns(xIndex, width, 8, limit), windows, windowColumns, offset, window};
+    // Blocks of three-channel pixels write two samples more than theirs.
+    const Vek32s safe = Min(SafeColumns(xIndex, width, 8, limit), channels == 3 ? width - 1 : width);
+    const Columns columns = {xIndex, pair, negated, width, goodX, safe, windowColumns, offset, window};
 
     RowCache<2, Vek16u> rows(lines, lineLength);
     const auto resample = [&](Vek32s row, Vek16u* line) { ResampleRow<channels>(Row(job.src, job.srcStep, row), columns, line); };
+    const bool good = goodX && goodY;
     for (Vek32s y = 0; y < height; ++y) {
-        const Vek16u* const top = rows.Fetch(yIndex[y], resample);
-        const Vek16u* const bottom = rows.Fetch(yIndex[y] + 1, resample);
-        BlendRows(top, bottom, yWeight[y], goodX && goodY, Row(job.dst, job.dstStep, y), (Vek32s)samples);
+        const Vek32s row = yIndex[y];
+        Vek8u* const dst = Row(job.dst, job.dstStep, y);
+        const bool alone = !rows.Holds(row) && !rows.Holds(row + 1) && (y + 1 == height || yIndex[y + 1] > row + 1);
+        if (kHasByteShuffle && good && alone) {
+            ResampleAndBlend<channels>(Row(job.src, job.srcStep, row), Row(job.src, job.srcStep, row + 1), columns, yWeight[y], dst);
+        } else {
+            const Vek16u* const top = rows.Fetch(row, resample);
+            const Vek16u* const bottom = rows.Fetch(row + 1, resample);
+            BlendRows(top, bottom, yWeight[y], good, dst, (Vek32s)samples);
+        }
     }
     return StatusOk;
 }
@@ -246,24 +310,17 @@ VekStatus LinearFloats(const ResizeJob& job)
 
 void BlendRows(const Vek16u* top, const Vek16u* bottom, Vek32s weight, bool blocks, Vek8u* dst, Vek32s count)
 {
-    constexpr Vek32s kRound = 1 << (kColumnShift - 1);
+    const RowBlend blend(weight);
+    const auto eight = [=](Vek32s at) { return blend.Eight(LoadU(top + at), LoadU(bottom + at)); };
     Vek32s i = 0;
     if (kBlocks && blocks) {
-        // The sum's first term and the rounding are multiples of 1 << 14: what is left to divide by that is
-        // w (b - t), rounded down. Again -2 w fits 16 bits.
-        const V negated = Splat16(-2 * weight), round = Splat16(kRound >> kWeightBits);
-        const auto blend8 = [&](Vek32s at) {
-            const V t = LoadU(top + at), d = Sub16(t, LoadU(bottom + at));
-            return ShiftRight16u<kLineBits>(Add16(Add16(t, round), MulHigh16s(Add16(d, d), negated)));
-        };
         for (; count - i >= 16; i += 16)
-            StoreU(dst + i, Pack16sTo8u(blend8(i), blend8(i + 8)));
+            StoreU(dst + i, Pack16sTo8u(eight(i), eight(i + 8)));
         for (; count - i >= 8; i += 8)
-            Store64(dst + i, Pack16sTo8u(blend8(i), Zero()));
+            Store64(dst + i, Pack16sTo8u(eight(i), Zero()));
     }
-    const Vek32u w = (Vek32u)weight, v = (Vek32u)(kWholeWeight - weight);
     for (; i < count; ++i)
-        dst[i] = (Vek8u)((bottom[i] * w + top[i] * v + kRound) >> kColumnShift);
+        dst[i] = blend.One(top[i], bottom[i]);
 }
 
 const ResizeKernel kLinearKernels[kSampleKinds] = {LinearBytes<1>, LinearBytes<3>, LinearBytes<4>, LinearFloats};
