@@ -8,8 +8,8 @@ UVEK_BEGIN
 
 /* Steps are bytes between rows, of any sign; none is tested. roiSize: pixels, each at least 1 unless told
    otherwise. Source and destination must not overlap, save for vekiRGBToHSV_8u_C3R. Tiers 1 to 3 convert
-   whole blocks of 8 columns in 16-bit arithmetic and the columns left over as tier 0 does; they agree with
-   one another.
+   whole blocks of 8 columns, of 16 where planes are 4:2:0, in 16-bit arithmetic and the columns left over as
+   tier 0 does; they agree with one another.
 
    Unless told otherwise all return StatusNullPointer (pSrc or pDst), StatusBadSize, StatusOk. */
 
