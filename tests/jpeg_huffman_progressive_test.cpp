@@ -229,6 +229,9 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
     for (int i = 0; i < 3; ++i)
         ASSERT_EQ(StatusBadCoderState, many.Refine(rich));
     EXPECT_EQ(1008, many.correctionCount());
+    std::fill(counters.begin(), counters.end(), 0);  // a counter needs no such room
+    ASSERT_EQ(StatusOk, vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(rich, counters.data(), 1, 63, 0, many.state.get(), 0));
+    EXPECT_EQ(1, counters[0x40]);  // the 17 blocks that are due
     const HuffmanLists withRuns = CodesOfLength(4, {0x00, 0x10, 0x20, 0x30});
     Encoder ready(withRuns, 3000);
     for (int i = 0; i < 15; ++i)

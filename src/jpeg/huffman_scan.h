@@ -102,9 +102,10 @@ VEK_HOT VekStatus CodeAcRefine(Writer& writer, const EncodeHuffmanSpec& table, c
     const uint64_t one = sets.one & band;
     const Vek32s lastNew = one != 0 ? 63 - __builtin_clzll(one) : 0;
 
-    // Only after calls that failed and were gone on with can there be more than a block may add to.
+    // Only after calls that failed and were gone on with can there be more than a block may add to. A counter
+    // keeps no bits and needs no room.
     constexpr Vek32s kRoom = sizeof state->correctionBits - (kBlockSize - 1);
-    if (state->correctionCount > kRoom)
+    if (Writer::kKeepsBits && state->correctionCount > kRoom)
         return StatusBadCoderState;
 
     VekStatus status = StatusOk;

@@ -9,6 +9,7 @@ class SymbolCounter {
 public:
     // One less than a fixed table can take.
     static constexpr Vek32s kMaxValueSize = 10;
+    static constexpr bool kKeepsBits = false;
 
     explicit SymbolCounter(Vek32s* counters) : counters_(counters) {}
 

@@ -49,6 +49,7 @@ constexpr SmallValueCodes kSmallValueCodes;
 class HuffmanWriter {
 public:
     static constexpr Vek32s kMaxValueSize = 11;  // in progressive scans
+    static constexpr bool kKeepsBits = true;     // in the state, until a run is written
 
     HuffmanWriter(Vek8u* dst, Vek32s length, Vek32s* position, EncodeHuffmanState* state)
         : dst_(dst), length_(length), position_(position), state_(state)
@@ -132,6 +133,7 @@ constexpr Vek8u kFirstBytes[32] = {255, 255, 255, 255, 255, 255, 255, 255, 255, 
 class FastHuffmanWriter {
 public:
     static constexpr Vek32s kMaxValueSize = 11;
+    static constexpr bool kKeepsBits = true;
 
     // A baseline block is 64 values, each a code and bits of up to 16, up to 3 codes for zeros, one for
     // its end, and what was pending. A progressive one may bring two runs of blocks with it, and all the
