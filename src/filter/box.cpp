@@ -97,7 +97,7 @@ template <> struct Sums<Vek16u> {
     using Sum = Vek16u;
     static V Load4(const Sum* p) { return Load64(p); }
     static V Plus(V a, V b) { return Add16(a, b); }
-    static V Slide(V s, V in, V out) { return Add16(s, Sub16(in, out)); }
+    static V Slide(V s, V in, V out) { return Add16(s, Held(Sub16(in, out))); }
     static void Store4(Sum* p, V s) { Store64(p, s); }
 
     // The product's upper 16 bits need a shift of at least 16: the factor takes what is missing.
@@ -121,7 +121,7 @@ template <> struct Sums<Vek32s> {
     using Sum = Vek32s;
     static V Load4(const Sum* p) { return LoadU(p); }
     static V Plus(V a, V b) { return Add32(a, b); }
-    static V Slide(V s, V in, V out) { return Add32(s, Sub32(in, out)); }
+    static V Slide(V s, V in, V out) { return Add32(s, Held(Sub32(in, out))); }
     static void Store4(Sum* p, V s) { StoreU(p, s); }
 
     static void Store16(Vek8u* dst, const Sum* s, const Reciprocal& r)

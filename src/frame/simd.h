@@ -47,6 +47,14 @@ inline void Store32(void* p, V v) { Put((Vek32s*)p, (Vek32s)_mm_cvtsi128_si32(v)
 inline V LoadHigh64(V low, const void* p) { return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), (const Vek64f*)p)); }
 inline void StoreHigh64(void* p, V v) { _mm_storeh_pd((Vek64f*)p, _mm_castsi128_pd(v)); }
 
+// v, computed before it is used further. The compiler regroups sums as it likes, also into longer chains of
+// operations that wait for each other.
+inline V Held(V v)
+{
+    __asm__("" : "+x"(v));
+    return v;
+}
+
 // ---- Constants ----
 
 inline V Zero() { return _mm_setzero_si128(); }
