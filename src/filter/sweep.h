@@ -37,32 +37,36 @@ inline void StoreSaturated(Vek8u* p, WordPair v)
     StoreU(p, UnpackLow8(halves, BytesDown<8>(halves)));
 }
 
-// How blocks of `block` samples cover a row: the last one reaches back to end with it.
-struct Blocks {
-    Vek32s count, last;
-    Blocks(Vek32s width, Vek32s block) : count((Vek32s)(((int64_t)width + block - 1) / block)), last(width - block) {}
-};
+// Blocks of `block` samples that cover a row, which is no shorter: the last one reaches back to end with it.
+constexpr Vek32s BlockCount(Vek32s width, Vek32s block) { return (width - 1) / block + 1; }
+
+// visit(number of the block, its first sample)
+template <Vek32s block, typename Visit>
+inline void ForEachBlock(Vek32s width, Visit visit)
+{
+    const Vek32s last = BlockCount(width, block) - 1;
+    for (Vek32s i = 0; i < last; ++i)
+        visit(i, i * block);
+    visit(last, width - block);
+}
 
 template <typename Kernel>
 void SweepBlocks3(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
                   typename Kernel::BlockRow* ring)
 {
-    const Blocks blocks(size.width, Kernel::kBlock);
     typename Kernel::BlockRow* above = ring;
-    typename Kernel::BlockRow* here = ring + blocks.count;
-    for (Vek32s i = 0; i < blocks.count; ++i) {
-        const auto* p = src + Min(i * Kernel::kBlock, blocks.last);
-        above[i] = Kernel::Block(Offset(p, -srcStep));
-        here[i] = Kernel::Block(p);
-    }
+    typename Kernel::BlockRow* here = ring + BlockCount(size.width, Kernel::kBlock);
+    ForEachBlock<Kernel::kBlock>(size.width, [=](Vek32s i, Vek32s x) {
+        above[i] = Kernel::Block(Offset(src + x, -srcStep));
+        here[i] = Kernel::Block(src + x);
+    });
     for (Vek32s y = 0; y < size.height; ++y) {
         const auto* below = Offset(src, srcStep);
-        for (Vek32s i = 0; i < blocks.count; ++i) {
-            const Vek32s x = Min(i * Kernel::kBlock, blocks.last);
+        ForEachBlock<Kernel::kBlock>(size.width, [=](Vek32s i, Vek32s x) {
             const auto next = Kernel::Block(below + x);
             Kernel::StoreBlock(above[i], here[i], next, src + x, dst + x);
             above[i] = next;
-        }
+        });
         auto* const swap = above;
         above = here;
         here = swap;
@@ -100,22 +104,22 @@ template <typename Kernel>
 void SweepBlocks5(const typename Kernel::Src* src, int64_t srcStep, typename Kernel::Dst* dst, int64_t dstStep, VekImageSize size,
                   typename Kernel::BlockRow* ring)
 {
-    const Blocks blocks(size.width, Kernel::kBlock);
     typename Kernel::BlockRow* rows[4];
     for (int r = 0; r < 4; ++r) {
-        rows[r] = ring + (int64_t)r * blocks.count;
-        for (Vek32s i = 0; i < blocks.count; ++i)
-            rows[r][i] = Kernel::Block(Offset(src + Min(i * Kernel::kBlock, blocks.last), (r - 2) * srcStep));
+        rows[r] = ring + (int64_t)r * BlockCount(size.width, Kernel::kBlock);
+        ForEachBlock<Kernel::kBlock>(size.width, [&](Vek32s i, Vek32s x) {
+            rows[r][i] = Kernel::Block(Offset(src + x, (r - 2) * srcStep));
+        });
     }
     for (Vek32s y = 0; y < size.height; ++y) {
         const auto* lowest = Offset(src, 2 * srcStep);
-        for (Vek32s i = 0; i < blocks.count; ++i) {
-            const Vek32s x = Min(i * Kernel::kBlock, blocks.last);
-            const auto next = Kernel::Block(lowest + x);
-            Kernel::StoreBlock(rows[0][i], rows[1][i], rows[2][i], rows[3][i], next, src + x, dst + x);
-            rows[0][i] = next;
-        }
         auto* const oldest = rows[0];
+        const auto *const second = rows[1], *const third = rows[2], *const fourth = rows[3];
+        ForEachBlock<Kernel::kBlock>(size.width, [=](Vek32s i, Vek32s x) {
+            const auto next = Kernel::Block(lowest + x);
+            Kernel::StoreBlock(oldest[i], second[i], third[i], fourth[i], next, src + x, dst + x);
+            oldest[i] = next;
+        });
         for (int r = 0; r < 3; ++r)
             rows[r] = rows[r + 1];
         rows[3] = oldest;
@@ -157,7 +161,7 @@ VekStatus Sweep(const typename Kernel::Src* src, int64_t srcStep, typename Kerne
 {
     constexpr int kept = rows - 1;
     const bool blocks = kBlocks && size.width >= Kernel::kBlock;
-    const int64_t rowBytes = blocks ? Blocks(size.width, Kernel::kBlock).count * (int64_t)sizeof(typename Kernel::BlockRow)
+    const int64_t rowBytes = blocks ? BlockCount(size.width, Kernel::kBlock) * (int64_t)sizeof(typename Kernel::BlockRow)
                                     : size.width * (int64_t)sizeof(typename Kernel::Row);
     void* ring = AllocateBlock(kept * rowBytes);
     if (!ring)

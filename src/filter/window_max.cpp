@@ -1,8 +1,7 @@
 // The window maximum. Blocks do large masks in passes whose number does not depend on the mask: a row's maxima
 // of up to 16 samples by doubling, those of longer runs and those of columns by the two-sided scan of
 // van Herk (1992) and Gil and Werman (1993).
-#include "frame/memory.h"
-#include "frame/simd.h"
+#include "filter/sweep.h"
 #include "image/copy.h"
 #include "uvek/filter.h"
 
@@ -65,34 +64,38 @@ inline V RowMaximum(const Vek8u* p)
     return largest;
 }
 
-// A destination row in blocks; `kept` earlier rows' maxima stand in the ring, `oldest` makes way.
-template <int maskWidth>
+// A destination row in blocks; `kept` earlier rows' maxima stand in the ring, `oldest` makes way. knownKept: the same
+// for heights that are met often, otherwise 0.
+template <int maskWidth, int knownKept>
 void SmallMaskRow(const Vek8u* newest, Vek8u* dst, Vek32s width, V* ring, Vek32s kept, Vek32s oldest)
 {
-    const Vek32s blocks = (width - 1) / 16 + 1;
-    for (Vek32s i = 0; i < blocks; ++i) {
-        const Vek32s x = Min(16 * i, width - 16);
+    const int64_t blocks = BlockCount(width, 16);
+    if (knownKept > 0)
+        kept = knownKept;
+    ForEachBlock<16>(width, [=](Vek32s i, Vek32s x) {
         const V here = RowMaximum<maskWidth>(newest + x);
         V largest = here;
         for (Vek32s r = 0; r < kept; ++r)
-            largest = Max8u(largest, ring[(int64_t)r * blocks + i]);
-        ring[(int64_t)oldest * blocks + i] = here;
+            largest = Max8u(largest, ring[r * blocks + i]);
+        ring[oldest * blocks + i] = here;
         if (dst)
             StoreU(dst + x, largest);
-    }
+    });
 }
 
 bool MaxOfSmallMask(const Window& w, Vek8u* dst, Vek32s dstStep)
 {
-    constexpr decltype(&SmallMaskRow<1>) rows[kSmall] = {SmallMaskRow<1>, SmallMaskRow<2>, SmallMaskRow<3>, SmallMaskRow<4>,
-                                                         SmallMaskRow<5>, SmallMaskRow<6>, SmallMaskRow<7>, SmallMaskRow<8>};
-    const auto row = rows[w.mask.width - 1];
+    constexpr decltype(&SmallMaskRow<1, 0>) rows[kSmall] = {SmallMaskRow<1, 0>, SmallMaskRow<2, 0>, SmallMaskRow<3, 0>, SmallMaskRow<4, 0>,
+                                                            SmallMaskRow<5, 0>, SmallMaskRow<6, 0>, SmallMaskRow<7, 0>, SmallMaskRow<8, 0>};
+    const auto any = rows[w.mask.width - 1];
     const Vek32s kept = w.mask.height - 1;
-    auto* ring = (V*)AllocateBlock(((int64_t)w.size.width + 15) / 16 * Max(kept, 1) * (int64_t)sizeof(V));
+    const bool square = w.mask.width == w.mask.height;
+    const auto row = square && kept == 2 ? SmallMaskRow<3, 2> : square && kept == 4 ? SmallMaskRow<5, 4> : any;
+    auto* ring = (V*)AllocateBlock((int64_t)BlockCount(w.size.width, 16) * Max(kept, 1) * (int64_t)sizeof(V));
     if (!ring)
         return false;
     for (Vek32s m = 0; m < kept; ++m)
-        row(Row(w.src, w.srcStep, m), nullptr, w.size.width, ring, 0, m);
+        any(Row(w.src, w.srcStep, m), nullptr, w.size.width, ring, 0, m);
     for (Vek32s y = 0, oldest = 0; y < w.size.height; ++y) {
         row(Offset(w.src, ((int64_t)y + kept) * w.srcStep), Row(dst, dstStep, y), w.size.width, ring, kept, oldest);
         oldest = oldest + 1 >= kept ? 0 : oldest + 1;
