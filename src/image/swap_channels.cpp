@@ -61,6 +61,19 @@ void SwapSamples(const T* src, T* dst, int64_t from, int64_t width, int srcPixel
     }
 }
 
+// The first three of each four words in another order, and zero. For tiers without a byte shuffle.
+struct WordMoves {
+    V from0, from1, from2;
+
+    explicit WordMoves(const Vek32s* order) : from0(ShiftCount(16 * order[0])), from1(ShiftCount(16 * order[1])), from2(ShiftCount(16 * order[2])) {}
+
+    V operator()(V v) const
+    {
+        const auto word = [=](V from) { return And(ShiftRight64uBy(v, from), Splat64(0xffff)); };
+        return Or(word(from0), Or(ShiftLeft64<16>(word(from1)), ShiftLeft64<32>(word(from2))));
+    }
+};
+
 template <typename T>
 void SwapRows3(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, int64_t width, Vek32s height, const Vek32s* order)
 {
@@ -86,6 +99,15 @@ void SwapRows3(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, int64_t w
                 const V swapped = moves(LoadU(src + x * 3));
                 Store64(dst + x * 3, swapped);
                 Store64(dst + x * 3 + 7, BytesDown<7>(swapped));
+            }
+        } else if (kBlocks) {
+            // Two pixels, each with the word behind it, which the next one overwrites.
+            const WordMoves words(order);
+            for (; width - x >= 3; x += 2) {
+                const V v = LoadHigh64(Load64(src + x * 3), src + x * 3 + 3);
+                const V swapped = Or(words(v), And(v, Splat64((int64_t)0xffff << 48)));
+                Store64(dst + x * 3, swapped);
+                StoreHigh64(dst + x * 3 + 3, swapped);
             }
         }
         SwapSamples(src, dst, x, width, 3, 3, order);
@@ -116,18 +138,16 @@ void SwapRowAlpha(const T* src, T* dst, int64_t width, const Vek32s* order)
         for (; width - x >= pixels; x += pixels)
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, Shuffle8(LoadU(src + x * 4), byPixel), alpha));
     } else if (kBlocks) {
-        constexpr int bits = 8 * (int)sizeof(T);
-        const V from0 = ShiftCount(bits * order[0]), from1 = ShiftCount(bits * order[1]), from2 = ShiftCount(bits * order[2]);
-        const V low = sizeof(T) == 1 ? Splat32(0xff) : Splat64(0xffff);
+        const WordMoves words(order);
+        const V from0 = ShiftCount(8 * order[0]), from1 = ShiftCount(8 * order[1]), from2 = ShiftCount(8 * order[2]);
         for (; width - x >= pixels; x += pixels) {
             const V v = LoadU(src + x * 4);
             V swapped;
             if constexpr (sizeof(T) == 1) {
-                const V a = And(ShiftRight32uBy(v, from0), low), b = And(ShiftRight32uBy(v, from1), low), c = And(ShiftRight32uBy(v, from2), low);
-                swapped = Or(a, Or(ShiftLeft32<bits>(b), ShiftLeft32<2 * bits>(c)));
+                const auto byte = [=](V from) { return And(ShiftRight32uBy(v, from), Splat32(0xff)); };
+                swapped = Or(byte(from0), Or(ShiftLeft32<8>(byte(from1)), ShiftLeft32<16>(byte(from2))));
             } else {
-                const V a = And(ShiftRight64uBy(v, from0), low), b = And(ShiftRight64uBy(v, from1), low), c = And(ShiftRight64uBy(v, from2), low);
-                swapped = Or(a, Or(ShiftLeft64<bits>(b), ShiftLeft64<2 * bits>(c)));
+                swapped = words(v);
             }
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, swapped, alpha));
         }
