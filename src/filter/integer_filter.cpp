@@ -171,9 +171,8 @@ template <int pairs, typename AddPair>
 inline void ForEachPair(const Taps& taps, AddPair addPair)
 {
     if constexpr (pairs > 0) {
-        if constexpr (pairs > 1)
-            ForEachPair<pairs - 1>(taps, addPair);
-        addPair(taps.pairs[pairs - 1]);
+        for (int i = 0; i < pairs; ++i)
+            addPair(taps.pairs[i]);
     } else {
 #pragma GCC unroll 4
         for (int64_t i = 0; i < taps.count; ++i)
