@@ -1,5 +1,8 @@
 #include "support/guarded.h"
 
+#include <map>
+#include <mutex>
+
 #ifdef _WIN32
 #include <windows.h>
 #else
@@ -12,7 +15,7 @@ namespace {
 
 constexpr uint8_t kSlack = 0x5a;
 
-size_t PageSize()
+size_t AskPageSize()
 {
 #ifdef _WIN32
     SYSTEM_INFO info;
@@ -21,6 +24,12 @@ size_t PageSize()
 #else
     return (size_t)sysconf(_SC_PAGESIZE);
 #endif
+}
+
+size_t PageSize()
+{
+    static const size_t size = AskPageSize();
+    return size;
 }
 
 // `pages` usable bytes with an inaccessible page on either side; the address of the first guard.
@@ -39,14 +48,34 @@ uint8_t* Map(size_t pages, size_t page)
     return mapping;
 }
 
-void Unmap(uint8_t* mapping, size_t bytes)
+// Mappings that are in no use, by their usable bytes: tests make millions, and the system takes its time over one.
+class Pool {
+public:
+    uint8_t* Take(size_t pages, size_t page)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<uint8_t*>& kept = free_[pages];
+        if (kept.empty())
+            return Map(pages, page);
+        uint8_t* const mapping = kept.back();
+        kept.pop_back();
+        return mapping;
+    }
+    void Return(uint8_t* mapping, size_t pages)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        free_[pages].push_back(mapping);
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<size_t, std::vector<uint8_t*>> free_;
+};
+
+Pool& Mappings()
 {
-#ifdef _WIN32
-    (void)bytes;
-    VirtualFree(mapping, 0, MEM_RELEASE);
-#else
-    munmap(mapping, bytes);
-#endif
+    static Pool* const pool = new Pool;  // outlives every object that returns to it
+    return *pool;
 }
 
 bool IsFilled(const uint8_t* from, const uint8_t* to)
@@ -65,7 +94,7 @@ GuardedBytes::GuardedBytes(size_t size, Flush flush) : size_(size)
     pages_ = (size + page - 1) / page * page;
     if (pages_ == 0)
         pages_ = page;
-    mapping_ = Map(pages_, page);
+    mapping_ = Mappings().Take(pages_, page);
     std::memset(mapping_ + page, kSlack, pages_);
     data_ = mapping_ + page + (flush == Flush::End ? pages_ - size : 0);
 }
@@ -73,7 +102,7 @@ GuardedBytes::GuardedBytes(size_t size, Flush flush) : size_(size)
 GuardedBytes::~GuardedBytes()
 {
     if (mapping_)
-        Unmap(mapping_, pages_ + 2 * PageSize());
+        Mappings().Return(mapping_, pages_);
 }
 
 bool GuardedBytes::IsSlackIntact() const
