@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "commands/commands.h"
+#include "commands/files.h"
 
 int main(int argc, char** argv)
 {

@@ -7,8 +7,6 @@
 
 namespace uvek::tool {
 
-enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
-
 void AddFilter(CLI::App& app, int& exitStatus);
 void AddFourier(CLI::App& app, int& exitStatus);
 void AddGeometry(CLI::App& app, int& exitStatus);

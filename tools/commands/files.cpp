@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "codec/jpeg.h"
-#include "commands/commands.h"
 #include "uvek/uvek.h"
 
 namespace uvek::tool {

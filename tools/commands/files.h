@@ -1,4 +1,4 @@
-// Pictures of any kind that the tool reads.
+// Pictures of any kind that the tool reads, and what its exit status tells of them.
 #ifndef UVEK_TOOLS_COMMANDS_FILES_H
 #define UVEK_TOOLS_COMMANDS_FILES_H
 
@@ -7,6 +7,8 @@
 #include "codec/image.h"
 
 namespace uvek::tool {
+
+enum ExitStatus { kDone = 0, kFailed = 1, kPartly = 2 };
 
 // JPEG, PNG or PNM. A warning about a broken JPEG file goes to standard error and sets exitStatus.
 codec::Image ReadPicture(const std::string& path, int& exitStatus);

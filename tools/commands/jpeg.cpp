@@ -4,6 +4,7 @@
 
 #include "codec/jpeg.h"
 #include "commands/commands.h"
+#include "commands/files.h"
 #include "commands/progress.h"
 
 namespace uvek::tool {
