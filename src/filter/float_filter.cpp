@@ -38,8 +38,12 @@ void FilterScalar(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t 
 
 struct Ring {
     Vek32f* coefficients;  // flipped, each four times
-    Vek32f* rows;          // kernel.height rows of `stride` samples
+    Vek32f* rows;          // `slots` rows of `stride` samples
     int64_t stride;
+    int64_t slots;         // the kernel's height, and a row more where two destination rows are made at once
+
+    int64_t After(int64_t slot, int count = 1) const { return slot + count < slots ? slot + count : slot + count - slots; }
+    const Vek32f* At(int64_t slot, int64_t x) const { return rows + slot * stride + x; }
 };
 
 void ConvertRow(const Vek8u* src, Vek32f* dst, int64_t samples)
@@ -82,6 +86,37 @@ inline void AddTaps(Sums& s, const Vek32f* p, const Vek32f* k, Vek32s kernelWidt
     }
 }
 
+// The same samples to two sums.
+inline void AddTo(F& s, F k, F& t, F l, const Vek32f* p)
+{
+    const F sample = Held(LoadU(p));
+    s = Add(s, Mul(sample, k));
+    t = Add(t, Mul(sample, l));
+}
+
+inline void AddTap(Sums& s, F k, Sums& t, F l, const Vek32f* p)
+{
+    AddTo(s.a, k, t.a, l, p);
+    AddTo(s.b, k, t.b, l, p + 4);
+    AddTo(s.c, k, t.c, l, p + 8);
+    AddTo(s.d, k, t.d, l, p + 12);
+    Settle(s.a, s.b, s.c, s.d);
+    Settle(t.a, t.b, t.c, t.d);
+}
+
+template <int taps>
+inline void AddTaps(Sums& s, const Vek32f* k, Sums& t, const Vek32f* l, const Vek32f* p, Vek32s kernelWidth, Vek32s pixel)
+{
+    if constexpr (taps > 0) {
+        AddTap(s, LoadA(k), t, LoadA(l), p);
+        if constexpr (taps > 1)
+            AddTaps<taps - 1>(s, k + 4, t, l + 4, p + pixel, kernelWidth, pixel);
+    } else {
+        for (Vek32s n = 0; n < kernelWidth; ++n)
+            AddTap(s, LoadA(k + 4 * (int64_t)n), t, LoadA(l + 4 * (int64_t)n), p + (int64_t)n * pixel);
+    }
+}
+
 // A sum begins with its first product: only the sign of a zero tells it from a sum that begins with 0,
 // and no byte shows that.
 template <int width>
@@ -92,24 +127,8 @@ inline Sums RowSums(const Vek32f* p, const Vek32f* k, Vek32s kernelWidth, Vek32s
     return s;
 }
 
-template <Order order, int width>
-inline void FilterBlock(const Ring& ring, Vek32s oldest, int64_t x, Vek8u* dst, VekImageSize kernel, Vek32s pixel)
+inline void StoreRounded(Vek8u* dst, const Sums& s)
 {
-    const Vek32f* k = ring.coefficients;
-    const Vek32f* row = ring.rows + oldest * ring.stride + x;
-    Sums s = RowSums<width>(row, k, kernel.width, pixel);
-    for (Vek32s m = 1, r = oldest; m < kernel.height; ++m) {
-        k += 4 * (int64_t)kernel.width;
-        row += ring.stride;
-        if (++r == kernel.height) {
-            r = 0;
-            row = ring.rows + x;
-        }
-        if constexpr (order == Order::ByRow)
-            AddTo(s, RowSums<width>(row, k, kernel.width, pixel));
-        else
-            AddTaps<width>(s, row, k, kernel.width, pixel);
-    }
     StoreU(dst, Pack16sTo8u(Pack32sTo16s(RoundBlock(s.a), RoundBlock(s.b)), Pack32sTo16s(RoundBlock(s.c), RoundBlock(s.d))));
 }
 
@@ -128,12 +147,12 @@ inline F Sum3x3(const F (&k)[9], const Vek32f* const (&rows)[3], int64_t x, Vek3
 }
 
 template <Order order>
-void FilterRow3x3(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize, Vek32s pixel)
+void FilterRow3x3(const Ring& ring, int64_t oldest, Vek8u* dst, Vek32s, int64_t samples, VekImageSize, Vek32s pixel)
 {
     const Vek32f* rows[3];
     F k[9];
     for (int m = 0; m < 3; ++m)
-        rows[m] = ring.rows + (oldest + m) % 3 * ring.stride;
+        rows[m] = ring.At(ring.After(oldest, m), 0);
     for (int i = 0; i < 9; ++i)
         k[i] = LoadA(ring.coefficients + 4 * i);
     for (int64_t i = 0; i < samples; i += 16) {
@@ -146,30 +165,93 @@ void FilterRow3x3(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, 
 }
 
 template <Order order, int width>
-void FilterRow(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize kernel, Vek32s pixel)
+void FilterRow(const Ring& ring, int64_t oldest, Vek8u* dst, Vek32s, int64_t samples, VekImageSize kernel, Vek32s pixel)
 {
     for (int64_t i = 0; i < samples; i += 16) {
         const int64_t x = Min(i, samples - 16);
-        FilterBlock<order, width>(ring, oldest, x, dst + x, kernel, pixel);
+        const Vek32f* k = ring.coefficients;
+        Sums s = RowSums<width>(ring.At(oldest, x), k, kernel.width, pixel);
+        for (int64_t m = 1, r = oldest; m < kernel.height; ++m) {
+            k += 4 * (int64_t)kernel.width;
+            r = ring.After(r);
+            if constexpr (order == Order::ByRow)
+                AddTo(s, RowSums<width>(ring.At(r, x), k, kernel.width, pixel));
+            else
+                AddTaps<width>(s, ring.At(r, x), k, kernel.width, pixel);
+        }
+        StoreRounded(dst + x, s);
     }
 }
 
-// A destination row from the ring, whose first source row stands in slot `oldest`.
-using RowFilter = void (*)(const Ring& ring, Vek32s oldest, Vek8u* dst, int64_t samples, VekImageSize kernel, Vek32s pixel);
+// Two destination rows, for which the source rows that the kernel covers in both are loaded once. Sums by row would
+// need more registers than there are.
+template <int width>
+void FilterTwoRows(const Ring& ring, int64_t oldest, Vek8u* dst, Vek32s dstStep, int64_t samples, VekImageSize kernel, Vek32s pixel)
+{
+    for (int64_t i = 0; i < samples; i += 16) {
+        const int64_t x = Min(i, samples - 16);
+        const Vek32f* k = ring.coefficients;
+        Sums s = RowSums<width>(ring.At(oldest, x), k, kernel.width, pixel), t = {ZeroF(), ZeroF(), ZeroF(), ZeroF()};
+        int64_t r = oldest;
+        for (Vek32s m = 1; m < kernel.height; ++m, k += 4 * (int64_t)kernel.width) {
+            r = ring.After(r);
+            AddTaps<width>(s, k + 4 * (int64_t)kernel.width, t, k, ring.At(r, x), kernel.width, pixel);
+        }
+        AddTaps<width>(t, ring.At(ring.After(r), x), k, kernel.width, pixel);
+        StoreRounded(dst + x, s);
+        StoreRounded(Row(dst, dstStep, 1) + x, t);
+    }
+}
+
+// One or two destination rows from the ring, whose first source row stands in slot `oldest`.
+using RowFilter = void (*)(const Ring& ring, int64_t oldest, Vek8u* dst, Vek32s dstStep, int64_t samples, VekImageSize kernel, Vek32s pixel);
 
 void FilterBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
-                  const Ring& ring, VekImageSize kernel, RowFilter filterRow)
+                  const Ring& ring, VekImageSize kernel, RowFilter filterRow, RowFilter filterTwoRows)
 {
     const int64_t read = samples + (int64_t)(kernel.width - 1) * source.pixel;
-    for (Vek32s m = 0; m < kernel.height - 1; ++m)
-        ConvertRow(Row(source.first, source.step, m), ring.rows + m * ring.stride, read);
-    Vek32s oldest = 0;
-    for (Vek32s y = 0; y < height; ++y) {
-        const Vek32s newest = oldest == 0 ? kernel.height - 1 : oldest - 1;
-        ConvertRow(Offset(source.first, ((int64_t)y + kernel.height - 1) * source.step), ring.rows + newest * ring.stride, read);
-        filterRow(ring, oldest, Row(pDst, dstStep, y), samples, kernel, source.pixel);
-        oldest = oldest + 1 == kernel.height ? 0 : oldest + 1;
+    const Vek8u* src = source.first;
+    int64_t next = 0;
+    const auto convert = [&](Vek32s rows) {
+        for (Vek32s i = 0; i < rows; ++i) {
+            ConvertRow(src, ring.rows + next * ring.stride, read);
+            src = Offset(src, source.step);
+            next = ring.After(next);
+        }
+    };
+    convert(kernel.height - 1);
+    int64_t oldest = 0;
+    for (Vek32s y = 0; y < height;) {
+        const int rows = filterTwoRows && y + 1 < height ? 2 : 1;
+        convert(rows);
+        (rows == 2 ? filterTwoRows : filterRow)(ring, oldest, Row(pDst, dstStep, y), dstStep, samples, kernel, source.pixel);
+        oldest = ring.After(oldest, rows);
+        y += rows;
     }
+}
+
+struct RowFilters {
+    RowFilter one, two;
+};
+
+template <Order order, int width>
+RowFilters FiltersOfWidth()
+{
+    if constexpr (order == Order::Direct)
+        return {FilterRow<order, width>, FilterTwoRows<width>};
+    else
+        return {FilterRow<order, width>, nullptr};
+}
+
+template <Order order>
+RowFilters ChooseFilters(VekImageSize kernel)
+{
+    if (kernel.width == 3 && kernel.height == 3)
+        return {FilterRow3x3<order>, nullptr};
+    return kernel.width == 3 ? FiltersOfWidth<order, 3>()
+        : kernel.width == 5 ? FiltersOfWidth<order, 5>()
+        : kernel.width == 7 ? FiltersOfWidth<order, 7>()
+        : FiltersOfWidth<order, 0>();
 }
 
 // False where the scalar loop has to do it, in the direct order then.
@@ -177,19 +259,16 @@ template <Order order>
 bool TryBlocks(const TapSource& source, Vek8u* pDst, Vek32s dstStep, int64_t samples, Vek32s height,
                const Vek32f* pKernel, VekImageSize kernel)
 {
+    const RowFilters filters = ChooseFilters<order>(kernel);
     const int64_t taps = (int64_t)kernel.width * kernel.height;
     const int64_t stride = (samples + (int64_t)(kernel.width - 1) * source.pixel + 3) & ~(int64_t)3;
-    auto* scratch = (Vek32f*)AllocateBlock((4 * taps + stride * kernel.height) * (int64_t)sizeof(Vek32f));
+    const int64_t slots = (int64_t)kernel.height + (filters.two ? 1 : 0);
+    auto* scratch = (Vek32f*)AllocateBlock((4 * taps + stride * slots) * (int64_t)sizeof(Vek32f));
     if (!scratch)
         return false;
     for (int64_t i = 0; i < taps; ++i)
         StoreA(scratch + 4 * i, SplatF(Get(pKernel + (taps - 1 - i))));
-    const RowFilter filterRow = kernel.width == 3 && kernel.height == 3 ? FilterRow3x3<order>
-        : kernel.width == 3 ? FilterRow<order, 3>
-        : kernel.width == 5 ? FilterRow<order, 5>
-        : kernel.width == 7 ? FilterRow<order, 7>
-        : FilterRow<order, 0>;
-    FilterBlocks(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride}, kernel, filterRow);
+    FilterBlocks(source, pDst, dstStep, samples, height, {scratch, scratch + 4 * taps, stride, slots}, kernel, filters.one, filters.two);
     ReleaseBlock(scratch);
     return true;
 }

@@ -24,6 +24,16 @@ inline void StoreA(Vek64f* p, D v) { _mm_store_pd(p, v); }
 
 inline F SplatF(Vek32f v) { return _mm_set1_ps(v); }
 inline D SplatD(Vek64f v) { return _mm_set1_pd(v); }
+inline F Held(F v)
+{
+    __asm__("" : "+x"(v));
+    return v;
+}
+
+// a to d, computed before anything after this is loaded. Left to itself the compiler loads ahead more than there are
+// registers for.
+inline void Settle(F& a, F& b, F& c, F& d) { __asm__ volatile("" : "+x"(a), "+x"(b), "+x"(c), "+x"(d) : : "memory"); }
+
 inline F ZeroF() { return _mm_setzero_ps(); }
 inline D ZeroD() { return _mm_setzero_pd(); }
 inline F LanesF(Vek32f a, Vek32f b, Vek32f c, Vek32f d) { return _mm_setr_ps(a, b, c, d); }
