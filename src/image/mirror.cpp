@@ -231,6 +231,25 @@ void CopyReversed(const Vek8u* src, Vek8u* dst, int64_t width)
             dst[x * 3 + c] = src[(width - 1 - x) * 3 + c];
 }
 
+// A row of a large region that is written from its last row up: the processor's own look-ahead follows rising
+// addresses alone, so the row that comes next is asked for.
+void CopyRowUpwards(const Vek8u* src, Vek8u* dst, int64_t bytes, const Vek8u* next)
+{
+    int64_t x = 0;
+    if (bytes >= 80) {
+        StoreU(dst, LoadU(src));
+        for (x = (int64_t)(-(uintptr_t)dst & 15); bytes - x >= 64; x += 64) {
+            Prefetch(next + x);
+            const V a = LoadU(src + x), b = LoadU(src + x + 16), c = LoadU(src + x + 32), d = LoadU(src + x + 48);
+            StoreU(dst + x, a);
+            StoreU(dst + x + 16, b);
+            StoreU(dst + x + 32, c);
+            StoreU(dst + x + 48, d);
+        }
+    }
+    CopyRow(src + x, dst + x, bytes - x);
+}
+
 }  // namespace
 
 VekStatus vekiMirror_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize, Vek32s axis)
@@ -238,11 +257,15 @@ VekStatus vekiMirror_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek3
     if (!pSrc || !pDst)                                 return StatusNullPointer;
     if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
 
+    const int64_t bytes = (int64_t)roiSize.width * 3;
+    const bool isLarge = bytes * roiSize.height > 1 << 20;
     for (Vek32s y = 0; y < roiSize.height; ++y) {
         const Vek8u* const src = Row(pSrc, srcStep, y);
         Vek8u* const dst = Row(pDst, dstStep, axis == AxisVertical ? y : roiSize.height - 1 - y);
-        if (axis == AxisHorizontal)
-            CopyRow(src, dst, (int64_t)roiSize.width * 3);
+        if (axis == AxisHorizontal && kBlocks && isLarge)
+            CopyRowUpwards(src, dst, bytes, Offset(dst, -(int64_t)dstStep));
+        else if (axis == AxisHorizontal)
+            CopyRow(src, dst, bytes);
         else
             CopyReversed(src, dst, roiSize.width);
     }
