@@ -143,13 +143,18 @@ inline void ExchangeBlocksReversed(T* front, T* back)
 }
 
 // `count` pixels from `front` on against those from before `end` down; the two runs are apart.
-template <typename T, int channels>
-void ExchangeReversed(T* front, T* end, int64_t count)
+template <typename T, int channels, bool isLarge>
+void ExchangeReversed(T* front, T* end, int64_t count, int64_t frontAhead, int64_t endAhead)
 {
     constexpr int step = Block<T, channels>::kPixels * channels;
     int64_t left = count;
     if (kBlocks) {
         for (; left * channels >= 2 * step; left -= 2 * step / channels, front += 2 * step, end -= 2 * step) {
+            if constexpr (isLarge)
+                for (int i = 0; i < Block<T, channels>::kRegisters; ++i) {
+                    Prefetch((const Vek8u*)front + 64 * i + frontAhead);
+                    Prefetch((const Vek8u*)end - 64 * i + endAhead);
+                }
             ExchangeBlocksReversed<T, channels>(front, end);
             ExchangeBlocksReversed<T, channels>(front + step, end - step);
         }
@@ -160,14 +165,17 @@ void ExchangeReversed(T* front, T* end, int64_t count)
         ExchangePixels<T, channels>(front, end - channels);
 }
 
-template <typename T, int channels>
-void ExchangeRows(T* a, T* b, int64_t width)
+template <typename T, int channels, bool isLarge>
+void ExchangeRows(T* a, T* b, int64_t width, int64_t bAhead)
 {
     constexpr int pixels = Block<T, channels>::kPixels, step = pixels * channels;
     int64_t x = 0;
     if (kBlocks) {
         for (; width - x >= 4 * pixels; x += 4 * pixels) {
             T *const p = a + x * channels, *const q = b + x * channels;
+            if constexpr (isLarge)
+                for (int i = 0; i < Block<T, channels>::kRegisters; ++i)
+                    Prefetch((const Vek8u*)q + 64 * i + bAhead);
             ExchangeBlocks<T, channels>(p, q);
             ExchangeBlocks<T, channels>(p + step, q + step);
             ExchangeBlocks<T, channels>(p + 2 * step, q + 2 * step);
@@ -189,33 +197,44 @@ VekStatus CheckAxis(VekImageSize size, Vek32s axis)
     return StatusOk;
 }
 
+// The rows of a large image that come next are asked for: the processor's own look-ahead follows neither falling
+// addresses nor a row into its next page.
+constexpr bool IsLarge(int64_t rowBytes, Vek32s height) { return rowBytes * height > 1 << 20; }
+
+template <typename T, int channels, bool isLarge>
+void MirrorRows(T* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
+{
+    const int64_t width = roiSize.width, samples = width * channels, step = srcDstStep;
+    const Vek32s height = roiSize.height;
+    if (axis == AxisVertical) {
+        for (Vek32s y = 0; y < height; ++y) {
+            T* const row = Row(pSrcDst, srcDstStep, y);
+            ExchangeReversed<T, channels, isLarge>(row, row + samples, width / 2, step, step);
+        }
+        return;
+    }
+    for (Vek32s y = 0; y < height / 2; ++y) {
+        T* const upper = Row(pSrcDst, srcDstStep, y);
+        T* const lower = Row(pSrcDst, srcDstStep, height - 1 - y);
+        if (axis == AxisBoth)
+            ExchangeReversed<T, channels, isLarge>(upper, lower + samples, width, step, -step);
+        else
+            ExchangeRows<T, channels, isLarge>(upper, lower, width, -step);
+    }
+    if (axis == AxisBoth && height % 2 != 0) {
+        T* const middle = Row(pSrcDst, srcDstStep, height / 2);
+        ExchangeReversed<T, channels, false>(middle, middle + samples, width / 2, 0, 0);
+    }
+}
+
 template <int channels, typename T>
 VekStatus MirrorInPlace(T* pSrcDst, Vek32s srcDstStep, VekImageSize roiSize, Vek32s axis)
 {
     if (!pSrcDst)                                       return StatusNullPointer;
     if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
 
-    const int64_t width = roiSize.width, samples = width * channels;
-    const Vek32s height = roiSize.height;
-    if (axis == AxisVertical) {
-        for (Vek32s y = 0; y < height; ++y) {
-            T* const row = Row(pSrcDst, srcDstStep, y);
-            ExchangeReversed<T, channels>(row, row + samples, width / 2);
-        }
-        return StatusOk;
-    }
-    for (Vek32s y = 0; y < height / 2; ++y) {
-        T* const upper = Row(pSrcDst, srcDstStep, y);
-        T* const lower = Row(pSrcDst, srcDstStep, height - 1 - y);
-        if (axis == AxisBoth)
-            ExchangeReversed<T, channels>(upper, lower + samples, width);
-        else
-            ExchangeRows<T, channels>(upper, lower, width);
-    }
-    if (axis == AxisBoth && height % 2 != 0) {
-        T* const middle = Row(pSrcDst, srcDstStep, height / 2);
-        ExchangeReversed<T, channels>(middle, middle + samples, width / 2);
-    }
+    const bool isLarge = IsLarge(roiSize.width * (int64_t)(channels * sizeof(T)), roiSize.height);
+    (isLarge ? MirrorRows<T, channels, true> : MirrorRows<T, channels, false>)(pSrcDst, srcDstStep, roiSize, axis);
     return StatusOk;
 }
 
@@ -231,8 +250,7 @@ void CopyReversed(const Vek8u* src, Vek8u* dst, int64_t width)
             dst[x * 3 + c] = src[(width - 1 - x) * 3 + c];
 }
 
-// A row of a large region that is written from its last row up: the processor's own look-ahead follows rising
-// addresses alone, so the row that comes next is asked for.
+// A row of a large region that is written from its last row up; the next one is asked for.
 void CopyRowUpwards(const Vek8u* src, Vek8u* dst, int64_t bytes, const Vek8u* next)
 {
     int64_t x = 0;
@@ -258,7 +276,7 @@ VekStatus vekiMirror_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek3
     if (const VekStatus status = CheckAxis(roiSize, axis))  return status;
 
     const int64_t bytes = (int64_t)roiSize.width * 3;
-    const bool isLarge = bytes * roiSize.height > 1 << 20;
+    const bool isLarge = IsLarge(bytes, roiSize.height);
     for (Vek32s y = 0; y < roiSize.height; ++y) {
         const Vek8u* const src = Row(pSrc, srcStep, y);
         Vek8u* const dst = Row(pDst, dstStep, axis == AxisVertical ? y : roiSize.height - 1 - y);
