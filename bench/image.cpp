@@ -121,6 +121,15 @@ void AddCopies()
     const auto colour = [](int from, int to, int code) -> Call {
         return [=](Buffers& b) { cv::Mat dst = b.DstMat(to); cv::cvtColor(b.SrcMat(from), dst, code); };
     };
+    // Three channels of a destination, whose alpha stays as here: cvtColor and flip would write it as well.
+    const auto mix = [](int from, int to, bool swapped) -> Call {
+        return [=](Buffers& b) {
+            const int pairs[2][6] = {{0, 0, 1, 1, 2, 2}, {0, 2, 1, 1, 2, 0}};
+            const cv::Mat src = b.SrcMat(from);
+            cv::Mat dst = b.DstMat(to);
+            cv::mixChannels(&src, 1, &dst, 1, pairs[swapped], 3);
+        };
+    };
     const auto set = [](int channels) -> Call {
         return [=](Buffers& b) { b.DstMat(CV_8UC(channels)).setTo(cv::Scalar(1, 2, 3, 4)); };
     };
@@ -130,10 +139,11 @@ void AddCopies()
     const auto cvMerge = [](int) -> Call { return {}; };
     const auto extract = cvSplit, insert = cvSplit;
     const auto colour = [](int, int, int) -> Call { return {}; };
+    const auto mix = [](int, int, bool) -> Call { return {}; };
     const auto set = [](int) -> Call { return {}; };
     const Call masked;
     enum { CV_8U, CV_16S, CV_16U, CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC3, CV_16UC4 };
-    struct cv { enum { COLOR_BGRA2BGR, COLOR_BGR2BGRA, COLOR_GRAY2BGR, COLOR_BGR2RGB, COLOR_BGRA2RGBA }; };
+    struct cv { enum { COLOR_BGRA2BGR, COLOR_GRAY2BGR, COLOR_BGR2RGB }; };
 #endif
     Add("copy_8u_C3P3R", 6, split(vekiCopy_8u_C3P3R, 3, 1), "opencv", cvSplit(3, CV_8U));
     Add("copy_8u_C4P4R", 8, split(vekiCopy_8u_C4P4R, 4, 1), "opencv", cvSplit(4, CV_8U));
@@ -151,9 +161,8 @@ void AddCopies()
     Add("copy_16s_C1C4R", 10, Plain<Vek16s>(vekiCopy_16s_C1C4R, 2, 8), "opencv", insert(4, CV_16S));
     Add("copy_8u_AC4C3R", 7, Plain<Vek8u>(vekiCopy_8u_AC4C3R, 4, 3), "opencv", colour(CV_8UC4, CV_8UC3, cv::COLOR_BGRA2BGR));
     Add("copy_16s_AC4C3R", 14, Plain<Vek16s>(vekiCopy_16s_AC4C3R, 8, 6), "opencv", colour(CV_16UC4, CV_16UC3, cv::COLOR_BGRA2BGR));
-    // The peer fills alpha, and need not read what stands there.
-    Add("copy_8u_C3AC4R", 7, Plain<Vek8u>(vekiCopy_8u_C3AC4R, 3, 4), "opencv_fills_alpha", colour(CV_8UC3, CV_8UC4, cv::COLOR_BGR2BGRA));
-    Add("copy_16s_C3AC4R", 14, Plain<Vek16s>(vekiCopy_16s_C3AC4R, 6, 8), "opencv_fills_alpha", colour(CV_16UC3, CV_16UC4, cv::COLOR_BGR2BGRA));
+    Add("copy_8u_C3AC4R", 7, Plain<Vek8u>(vekiCopy_8u_C3AC4R, 3, 4), "opencv", mix(CV_8UC3, CV_8UC4, false));
+    Add("copy_16s_C3AC4R", 14, Plain<Vek16s>(vekiCopy_16s_C3AC4R, 6, 8), "opencv", mix(CV_16UC3, CV_16UC4, false));
     Add("copy_8u_C3MR", 7, [](Buffers& b) { vekiCopy_8u_C3MR(b.src, b.Step(3), b.dst, b.Step(3), b.size, b.mask, b.Step(1)); }, "opencv", masked);
     Add("set_8u_C3R", 3, [](Buffers& b) { vekiSet_8u_C3R(b.src, b.dst, b.Step(3), b.size); }, "opencv", set(3));
     Add("set_8u_C4R", 4, [](Buffers& b) { vekiSet_8u_C4R(b.src, b.dst, b.Step(4), b.size); }, "opencv", set(4));
@@ -161,8 +170,8 @@ void AddCopies()
     static const Vek32s order[3] = {2, 1, 0};
     Add("swap_8u_C3R", 6, [](Buffers& b) { vekiSwapChannels_8u_C3R(b.src, b.Step(3), b.dst, b.Step(3), b.size, order); }, "opencv", colour(CV_8UC3, CV_8UC3, cv::COLOR_BGR2RGB));
     Add("swap_16u_C3R", 12, [](Buffers& b) { vekiSwapChannels_16u_C3R(b.Src<Vek16u>(), b.Step(6), b.Dst<Vek16u>(), b.Step(6), b.size, order); }, "opencv", colour(CV_16UC3, CV_16UC3, cv::COLOR_BGR2RGB));
-    Add("swap_8u_AC4R", 8, [](Buffers& b) { vekiSwapChannels_8u_AC4R(b.src, b.Step(4), b.dst, b.Step(4), b.size, order); }, "opencv_copies_alpha", colour(CV_8UC4, CV_8UC4, cv::COLOR_BGRA2RGBA));
-    Add("swap_16u_AC4R", 16, [](Buffers& b) { vekiSwapChannels_16u_AC4R(b.Src<Vek16u>(), b.Step(8), b.Dst<Vek16u>(), b.Step(8), b.size, order); }, "opencv_copies_alpha", colour(CV_16UC4, CV_16UC4, cv::COLOR_BGRA2RGBA));
+    Add("swap_8u_AC4R", 8, [](Buffers& b) { vekiSwapChannels_8u_AC4R(b.src, b.Step(4), b.dst, b.Step(4), b.size, order); }, "opencv", mix(CV_8UC4, CV_8UC4, true));
+    Add("swap_16u_AC4R", 16, [](Buffers& b) { vekiSwapChannels_16u_AC4R(b.Src<Vek16u>(), b.Step(8), b.Dst<Vek16u>(), b.Step(8), b.size, order); }, "opencv", mix(CV_16UC4, CV_16UC4, true));
     Add("swap_8u_C3IR", 6, [](Buffers& b) { vekiSwapChannels_8u_C3IR(b.dst, b.Step(3), b.size, order); });
     Add("deinterleave_16s_2", 8, [](Buffers& b) { Vek16s* p[2] = {(Vek16s*)b.Plane(0, 2), (Vek16s*)b.Plane(1, 2)}; veksDeinterleave_16s(b.Src<Vek16s>(), 2, (Vek32s)b.pixels, p); }, "opencv", cvSplit(2, CV_16S));
 }
@@ -174,7 +183,15 @@ void AddMirrors()
         for (const Vek32s axis : {AxisHorizontal, AxisVertical, AxisBoth}) {
             Call theirs;
 #ifdef UVEK_HAVE_OPENCV
-            theirs = [=](Buffers& b) { cv::Mat image = b.DstMat(type); cv::flip(image, image, axis == AxisBoth ? -1 : axis); };
+            theirs = [=](Buffers& b) {
+                cv::Mat image = b.DstMat(type);
+                if (image.channels() < 4)
+                    return cv::flip(image, image, axis == AxisBoth ? -1 : axis);
+                static cv::Mat flipped;  // since alpha stays
+                const int pairs[] = {0, 0, 1, 1, 2, 2};
+                cv::flip(image, flipped, axis == AxisBoth ? -1 : axis);
+                cv::mixChannels(&flipped, 1, &image, 1, pairs, 3);
+            };
 #else
             (void)type;
 #endif
