@@ -37,10 +37,12 @@ inline void MapTwo(const T* src1, const T* src2, T* dst, Vek32s len, Operation o
     Vek32s i = 0;
     if constexpr (kBlocks) {
         for (; len - i >= 4 * kLanes; i += 4 * kLanes) {
-            StoreU(dst + i, operation(LoadU(src1 + i), LoadU(src2 + i)));
-            StoreU(dst + i + kLanes, operation(LoadU(src1 + i + kLanes), LoadU(src2 + i + kLanes)));
-            StoreU(dst + i + 2 * kLanes, operation(LoadU(src1 + i + 2 * kLanes), LoadU(src2 + i + 2 * kLanes)));
-            StoreU(dst + i + 3 * kLanes, operation(LoadU(src1 + i + 3 * kLanes), LoadU(src2 + i + 3 * kLanes)));
+            const auto result = [=](int k) { return operation(LoadU(src1 + i + k * kLanes), LoadU(src2 + i + k * kLanes)); };
+            const auto a = result(0), b = result(1), c = result(2), d = result(3);
+            StoreU(dst + i, a);
+            StoreU(dst + i + kLanes, b);
+            StoreU(dst + i + 2 * kLanes, c);
+            StoreU(dst + i + 3 * kLanes, d);
         }
         for (; len - i >= kLanes; i += kLanes)
             StoreU(dst + i, operation(LoadU(src1 + i), LoadU(src2 + i)));
