@@ -114,10 +114,10 @@ void DropAlphaRow(const T* src, T* dst, int64_t width)
 }
 
 template <typename T>
-inline void StoreBesideAlpha(T* dst, V pixels)
+inline V BesideAlpha(const T* dst, V pixels)
 {
     const V alpha = sizeof(T) == 1 ? Splat32(-16777216) : Lanes32(0, -65536, 0, -65536);
-    StoreU(dst, Or(And(LoadU(dst), alpha), pixels));
+    return Or(And(LoadU(dst), alpha), pixels);
 }
 
 template <typename T>
@@ -129,10 +129,14 @@ void KeepAlphaRow(const T* src, T* dst, int64_t width)
             const T* from = src + x * 3;
             T* to = dst + x * 4;
             const V a = LoadU(from), b = LoadU(from + kSamples<T>), c = LoadU(from + 2 * kSamples<T>);
-            StoreBesideAlpha(to, MakeRoomForAlpha<T>(a));
-            StoreBesideAlpha(to + kSamples<T>, MakeRoomForAlpha<T>(Concat<12>(a, b)));
-            StoreBesideAlpha(to + 2 * kSamples<T>, MakeRoomForAlpha<T>(Concat<8>(b, c)));
-            StoreBesideAlpha(to + 3 * kSamples<T>, MakeRoomForAlpha<T>(BytesDown<4>(c)));
+            const V first = BesideAlpha(to, MakeRoomForAlpha<T>(a));
+            const V second = BesideAlpha(to + kSamples<T>, MakeRoomForAlpha<T>(Concat<12>(a, b)));
+            const V third = BesideAlpha(to + 2 * kSamples<T>, MakeRoomForAlpha<T>(Concat<8>(b, c)));
+            const V fourth = BesideAlpha(to + 3 * kSamples<T>, MakeRoomForAlpha<T>(BytesDown<4>(c)));
+            StoreU(to, first);
+            StoreU(to + kSamples<T>, second);
+            StoreU(to + 2 * kSamples<T>, third);
+            StoreU(to + 3 * kSamples<T>, fourth);
         }
     }
     for (; x < width; ++x)
