@@ -78,16 +78,16 @@ Case MakeCase(std::mt19937& random)
     c.image = Image(1 + Below(random, reach), 1 + Below(random, reach), o.lossless ? kChannels[Below(random, 2)] : kChannels[Below(random, 4)]);
     if (o.lossless) {
         o.predictor = 1 + Below(random, 7);
-        o.pointTransform = Below(random, 3);
-        if (c.image.channels == 1 && Below(random, 2)) {
-            c.image.precision = 9 + Below(random, 8);
-            for (size_t i = 0; i < c.image.samples.size(); ++i)
-                c.image.wide.push_back((uint16_t)(random() & ((1u << c.image.precision) - 1)));
-            c.image.samples.clear();
-        } else {
-            for (uint8_t& sample : c.image.samples)
-                sample = (uint8_t)random();
+        c.image.precision = c.image.channels == 1 ? 2 + Below(random, 15) : 2 + Below(random, 7);
+        o.pointTransform = Below(random, std::min(3, c.image.precision));
+        for (uint8_t& sample : c.image.samples) {
+            const unsigned value = random() & ((1u << c.image.precision) - 1);
+            sample = (uint8_t)value;
+            if (c.image.precision > 8)
+                c.image.wide.push_back((uint16_t)value);
         }
+        if (c.image.precision > 8)
+            c.image.samples.clear();
         return c;
     }
     o.quality = 1 + Below(random, 100);
