@@ -24,32 +24,6 @@ struct ScanEncoder : TestEncoder {
     explicit ScanEncoder(const HuffmanLists& lists = ScanLists()) : TestEncoder(3000, lists, lists) {}
 };
 
-TEST_P(JpegProgressiveTest, RunsOfBlocksCarryThroughTheState)
-{
-    // A run of three blocks, 0100 1; in refinement the second and third take correction bits 1 and 0.
-    const GuardedBytes data = Guarded(Bits("0100 1 1 0 0010 1"));
-    ScanDecoder first;
-    for (const Vek32s left : {2, 1, 0}) {
-        ASSERT_EQ(StatusOk, first.Block(data, kAcFirst));
-        EXPECT_EQ(left, first.eobRun());
-        EXPECT_EQ(2, first.position);
-    }
-    ScanDecoder refine;
-    const ScanKind bit1 = Band(kAcRefine, 1, 63, 1);
-    Vek16s* const block = refine.block.data();
-    ASSERT_EQ(StatusOk, refine.Block(data, bit1));
-    block[1] = 4;
-    ASSERT_EQ(StatusOk, refine.Block(data, bit1));
-    EXPECT_EQ(6, block[1]);
-    block[1] = -4;
-    ASSERT_EQ(StatusOk, refine.Block(data, bit1));
-    EXPECT_EQ(-4, block[1]);
-    // A new value at the first zero, position 2, past the -4 that takes the bit after the sign.
-    ASSERT_EQ(0, refine.eobRun());
-    refine.Block(data, Band(kAcRefine, 1, 2, 1));
-    EXPECT_EQ(2, block[8]);
-}
-
 TEST_P(JpegProgressiveTest, DecodersStayInTheBlock)
 {
     // Position 1 + 48, then fifteen zeros and a value: the first position outside.
@@ -63,21 +37,6 @@ TEST_P(JpegProgressiveTest, DecodersStayInTheBlock)
     EXPECT_EQ(StatusOk, one.Block(Guarded(Bits("0010 1")), Band(kAcFirst, 63, 63, 13)));
     EXPECT_EQ(1 << 13, one.block[63]);
     EXPECT_EQ(1, one.position);
-}
-
-TEST_P(JpegProgressiveTest, DcKeepsItsPredictionUnshifted)
-{
-    ScanDecoder d(CodesOfLength(2, {3, 0}));
-    const GuardedBytes data = Guarded(Bits("00 101 01 1 0 1"));
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_EQ(StatusOk, d.Block(data, Band(kDcFirst, 0, 0, 2)));
-        EXPECT_EQ(20, d.block[0]);
-        EXPECT_EQ(5, d.lastDc);
-    }
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_EQ(StatusOk, d.Block(data, Band(kDcRefine, 0, 0, 1)));
-        EXPECT_EQ(22, d.block[0]);
-    }
 }
 
 TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
@@ -180,32 +139,37 @@ TEST_P(JpegProgressiveTest, ChecksComeInTheirOrder)
     const GuardedBytes src(8);
     Vek16s block[64] = {}, dc = 0;
     Vek32s at = 0, marker = 0;
-    const auto decoder = [&](auto call) {
-        EXPECT_EQ(StatusNullPointer, call(nullptr, 0, block, 14, d.ac.get(), d.state.get()));
-        EXPECT_EQ(StatusBadSize, call(src.data(), 0, nullptr, 14, d.ac.get(), d.state.get()));
-        EXPECT_EQ(StatusNullPointer, call(src.data(), 8, nullptr, 14, d.ac.get(), d.state.get()));
-        EXPECT_EQ(StatusBadRange, call(src.data(), 8, block, 14, nullptr, nullptr));
-        EXPECT_EQ(StatusBadRange, call(src.data(), 8, block, -1, nullptr, nullptr));
-        EXPECT_EQ(StatusNullPointer, call(src.data(), 8, block, 13, d.ac.get(), nullptr));
-    };
-    decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, const DecodeHuffmanSpec* table, DecodeHuffmanState* state) {
-        return vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(s, length, &at, b, &dc, &marker, al, table, state);
-    });
-    decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, const DecodeHuffmanSpec*, DecodeHuffmanState* state) {
-        return vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(s, length, &at, b, &marker, al, state);
-    });
-    EXPECT_EQ(StatusNullPointer, vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(src.data(), 8, &at, block, &dc, &marker, 13, nullptr, d.state.get()));
+    const DecodeHuffmanSpec* const dcTable = d.dc.get();
+    const EncodeHuffmanSpec* const acTable = e.ac.get();
     const struct { Vek32s ss, se, al; } bands[] = {{0, 63, 0}, {1, 64, 0}, {5, 4, 0}, {64, 64, 0}, {1, 63, 14}, {1, 63, -1}};
+
+    const auto decoder = [&](auto call, bool hasTable) {
+        EXPECT_EQ(StatusNullPointer, call(nullptr, 0, block, 14, dcTable, d.state.get()));
+        EXPECT_EQ(StatusBadSize, call(src.data(), 0, nullptr, 14, dcTable, d.state.get()));
+        EXPECT_EQ(StatusNullPointer, call(src.data(), 8, nullptr, 14, dcTable, d.state.get()));
+        for (const Vek32s al : {14, -1})
+            EXPECT_EQ(StatusBadRange, call(src.data(), 8, block, al, nullptr, nullptr));
+        EXPECT_EQ(StatusNullPointer, call(src.data(), 8, block, 13, dcTable, nullptr));
+        EXPECT_EQ(hasTable, StatusNullPointer == call(src.data(), 8, block, 13, nullptr, d.state.get()));
+    };
+    using Table = const DecodeHuffmanSpec*;
+    using State = DecodeHuffmanState*;
+    decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, Table table, State state) {
+        return vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(s, length, &at, b, &dc, &marker, al, table, state);
+    }, true);
     for (const auto decode : {vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1, vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1}) {
-        decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, const DecodeHuffmanSpec* table, DecodeHuffmanState* state) {
+        decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, Table table, State state) {
             return decode(s, length, &at, b, &marker, 1, 63, al, table, state);
-        });
+        }, true);
         for (const auto& band : bands)
             EXPECT_EQ(StatusBadRange, decode(src.data(), 8, &at, block, &marker, band.ss, band.se, band.al, nullptr, d.state.get()));
-        EXPECT_EQ(StatusNullPointer, decode(src.data(), 8, &at, block, &marker, 1, 63, 13, nullptr, d.state.get()));
     }
     EXPECT_EQ(0, at);
+    decoder([&](const Vek8u* s, Vek32s length, Vek16s* b, Vek32s al, Table, State state) {
+        return vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(s, length, &at, b, &marker, al, state);
+    }, false);
 
+    at = 0;
     Vek8u* const dst = e.data.data();
     const auto encoder = [&](auto call) {
         EXPECT_EQ(StatusNullPointer, call(block, nullptr, 0, 14, e.state.get(), 1));
@@ -213,8 +177,8 @@ TEST_P(JpegProgressiveTest, ChecksComeInTheirOrder)
         EXPECT_EQ(StatusNullPointer, call(block, dst, 8, 14, nullptr, 1));
         EXPECT_EQ(StatusOk, call(nullptr, dst, 8, 99, e.state.get(), 1));
         EXPECT_EQ(StatusNullPointer, call(nullptr, dst, 8, 14, e.state.get(), 0));
-        EXPECT_EQ(StatusBadRange, call(block, dst, 8, 14, e.state.get(), 0));
-        EXPECT_EQ(StatusBadRange, call(block, dst, 8, -1, e.state.get(), 0));
+        for (const Vek32s al : {14, -1})
+            EXPECT_EQ(StatusBadRange, call(block, dst, 8, al, e.state.get(), 0));
     };
     encoder([&](const Vek16s* s, Vek8u* to, Vek32s length, Vek32s al, EncodeHuffmanState* state, Vek32s flush) {
         return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(s, to, length, &at, flush ? nullptr : &dc, al, nullptr, state, flush);
@@ -225,10 +189,11 @@ TEST_P(JpegProgressiveTest, ChecksComeInTheirOrder)
     EXPECT_EQ(StatusNullPointer, vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, 8, &at, &dc, 13, nullptr, e.state.get(), 0));
     for (const auto encode : {vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1, vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1}) {
         encoder([&](const Vek16s* s, Vek8u* to, Vek32s length, Vek32s al, EncodeHuffmanState* state, Vek32s flush) {
-            return encode(s, to, length, &at, 1, 63, al, e.ac.get(), state, flush);
+            return encode(s, to, length, &at, 1, 63, al, acTable, state, flush);
         });
         EXPECT_EQ(StatusNullPointer, encode(block, dst, 8, &at, 1, 64, 0, nullptr, e.state.get(), 1));  // even a flush takes the table
-        EXPECT_EQ(StatusBadRange, encode(block, dst, 8, &at, 1, 64, 0, e.ac.get(), e.state.get(), 0));
+        for (const auto& band : bands)
+            EXPECT_EQ(StatusBadRange, encode(block, dst, 8, &at, band.ss, band.se, band.al, acTable, e.state.get(), 0));
     }
     EXPECT_EQ(0, at);
 
@@ -238,7 +203,8 @@ TEST_P(JpegProgressiveTest, ChecksComeInTheirOrder)
     for (const auto count : {vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1, vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1}) {
         EXPECT_EQ(StatusNullPointer, count(block, counters.data(), 0, 0, 0, nullptr, 1));
         EXPECT_EQ(StatusNullPointer, count(nullptr, counters.data(), 0, 0, 0, e.state.get(), 0));
-        EXPECT_EQ(StatusBadRange, count(block, counters.data(), 0, 0, 0, e.state.get(), 0));
+        for (const auto& band : bands)
+            EXPECT_EQ(StatusBadRange, count(block, counters.data(), band.ss, band.se, band.al, e.state.get(), 0));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
 #include "uvek/jpeg.h"
@@ -38,11 +39,8 @@ struct HuffmanLists {
     // Equal in the symbols that are in use.
     friend bool operator==(const HuffmanLists& a, const HuffmanLists& b)
     {
-        int total = 0;
-        for (int i = 0; i < 16; total += a.bits[i++])
-            if (a.bits[i] != b.bits[i])
-                return false;
-        return std::equal(a.vals, a.vals + total, b.vals);
+        const int total = std::accumulate(a.bits, a.bits + 16, 0);
+        return std::equal(a.bits, a.bits + 16, b.bits) && std::equal(a.vals, a.vals + std::min(total, 256), b.vals);
     }
 };
 
