@@ -16,19 +16,19 @@ HuffmanLists ScanLists()
     return CodesOfLength(4, {0x00, 0xf0, 0x01, 0x11, 0x10, 0xe0, 0xf1, 0x0a, 0x0b});
 }
 
-struct ScanDecoder : TestDecoder {
-    explicit ScanDecoder(const HuffmanLists& lists = ScanLists()) : TestDecoder(lists, lists) { std::memset(block.data(), 0, 128); }
+struct BandDecoder : TestDecoder {
+    explicit BandDecoder(const HuffmanLists& lists = ScanLists()) : TestDecoder(lists, lists) { std::memset(block.data(), 0, 128); }
 };
 
-struct ScanEncoder : TestEncoder {
-    explicit ScanEncoder(const HuffmanLists& lists = ScanLists()) : TestEncoder(3000, lists, lists) {}
+struct BandEncoder : TestEncoder {
+    explicit BandEncoder(const HuffmanLists& lists = ScanLists()) : TestEncoder(3000, lists, lists) {}
 };
 
 TEST_P(JpegProgressiveTest, DecodersStayInTheBlock)
 {
     // Position 1 + 48, then fifteen zeros and a value: the first position outside.
     const GuardedBytes past = Guarded(Bits("0001 0001 0001 0110 1 0000 0000"));
-    ScanDecoder first, refine, one;
+    BandDecoder first, refine, one;
     EXPECT_EQ(StatusBadCoderState, first.Block(past, kAcFirst));
     EXPECT_EQ(0, first.block[63]);
     // In refinement the walk ends behind the band with a value still in hand.
@@ -42,7 +42,7 @@ TEST_P(JpegProgressiveTest, DecodersStayInTheBlock)
 TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
 {
     const Vek16s zeros[64] = {};
-    ScanEncoder runs;
+    BandEncoder runs;
     std::vector<Vek32s> counters(257);
     Record<EncodeHuffmanState> counting(vekiEncodeHuffmanStateGetBufSize_JPEG_8u);
     for (int i = 0; i < 32767; ++i) {
@@ -58,7 +58,7 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
 
     // A run that could not be written is due again with every further block.
     for (const ScanKind& kind : {kAcFirst, kAcRefine}) {
-        ScanEncoder stuck(CodesOfLength(4, {0x01}));
+        BandEncoder stuck(CodesOfLength(4, {0x01}));
         for (int i = 0; i < 32766; ++i)
             ASSERT_EQ(StatusOk, stuck.Block(zeros, kind));
         EXPECT_EQ(StatusBadHuffmanTable, stuck.Block(zeros, kind));
@@ -69,7 +69,7 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
     // goes on after that meets the end of the state's own buffer, not what lies behind it.
     Vek16s rich[64];
     std::fill(std::begin(rich), std::end(rich), (Vek16s)-3);
-    ScanEncoder many;
+    BandEncoder many;
     for (int i = 1; i < 20; ++i) {
         ASSERT_EQ(i < 15 ? StatusOk : i < 17 ? StatusBadHuffmanTable : StatusBadCoderState, many.Block(rich, kAcRefine));
         ASSERT_EQ(std::min(i, 16) * 63, many.correctionCount());
@@ -77,7 +77,7 @@ TEST_P(JpegProgressiveTest, LongRunsAndManyCorrectionsAreWrittenAtOnce)
     std::fill(counters.begin(), counters.end(), 0);  // a counter needs no such room
     ASSERT_EQ(StatusOk, CountSymbols(kAcRefine, rich, nullptr, counters.data(), many.state.get(), 0));
     EXPECT_EQ(1, counters[0x40]);  // the 17 blocks that are due
-    ScanEncoder ready(CodesOfLength(4, {0x00, 0x10, 0x20, 0x30}));
+    BandEncoder ready(CodesOfLength(4, {0x00, 0x10, 0x20, 0x30}));
     for (int i = 0; i < 15; ++i)
         ASSERT_EQ(StatusOk, ready.Block(rich, kAcRefine));
     EXPECT_EQ(0, ready.correctionCount());
@@ -91,7 +91,7 @@ TEST_P(JpegProgressiveTest, FlushResetsEvenAfterFailure)
     const Vek16s zeros[64] = {};
     const Record<EncodeHuffmanState> clear(vekiEncodeHuffmanStateGetBufSize_JPEG_8u);
     for (const ScanKind& kind : {kAcFirst, kAcRefine}) {
-        ScanEncoder e(CodesOfLength(4, {0x01}));  // no code for a run
+        BandEncoder e(CodesOfLength(4, {0x01}));  // no code for a run
         ASSERT_EQ(StatusOk, e.Flush(kind));
         ASSERT_EQ(StatusOk, e.Block(zeros, kind));
         EXPECT_EQ(kind.ah ? StatusBadHuffmanTable : StatusOk, e.Flush(kind));
@@ -103,7 +103,7 @@ TEST_P(JpegProgressiveTest, FlushResetsEvenAfterFailure)
 TEST_P(JpegProgressiveTest, ValuesHaveTheirLimits)
 {
     std::vector<Vek32s> counters(257);
-    ScanEncoder e;
+    BandEncoder e;
     Vek16s block[64] = {}, lastDc = 0;
     const ScanKind one = Band(kAcFirst, 1, 1, 0);
     const struct { Vek16s value; VekStatus counter, encoder; } cases[] = {
@@ -118,7 +118,7 @@ TEST_P(JpegProgressiveTest, ValuesHaveTheirLimits)
     EXPECT_EQ(1, counters[10]);
     // Shifted away it counts as a zero: a run of one block, no more.
     block[1] = -7;
-    ScanEncoder shifted;
+    BandEncoder shifted;
     EXPECT_EQ(StatusOk, shifted.Block(block, Band(kAcFirst, 1, 1, 3)));
     EXPECT_EQ(1, shifted.eobRun());
     for (const Vek16s dc : {4095, 2048}) {
@@ -134,8 +134,8 @@ TEST_P(JpegProgressiveTest, ValuesHaveTheirLimits)
 
 TEST_P(JpegProgressiveTest, ChecksComeInTheirOrder)
 {
-    ScanDecoder d;
-    ScanEncoder e;
+    BandDecoder d;
+    BandEncoder e;
     const GuardedBytes src(8);
     Vek16s block[64] = {}, dc = 0;
     Vek32s at = 0, marker = 0;

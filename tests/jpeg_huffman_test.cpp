@@ -1,7 +1,7 @@
-#include "support/huffman_cases.h"
-
+// The coders of all kinds of scan, on files of libjpeg, on noise and on broken data; baseline blocks by hand.
 #include <gtest/gtest.h>
 
+#include "support/huffman_cases.h"
 #include "support/tiers.h"
 #ifdef UVEK_HAVE_LIBJPEG
 #include "support/libjpeg_peer.h"
@@ -410,7 +410,7 @@ TEST_P(JpegHuffmanTest, FilesOfLibjpegGiveItsCoefficientsItsTablesAndItsBytesAga
         Coefficients coefficients = EmptyCoefficients(file);
         for (const JpegScan& scan : file.scans) {
             const uint8_t* const data = file.bytes.data() + scan.begin;
-            // With the whole of the file behind it, as most callers have it, or nothing; a first look at a baseline scan may be repeated.
+            // A baseline scan can be read twice: also with the whole of the file behind it, as most callers have it.
             if (!options.progressive) {
                 ASSERT_EQ(StatusOk, ScanDecoder(file, scan).Decode(data, (Vek32s)(file.bytes.size() - scan.begin), coefficients));
             }
