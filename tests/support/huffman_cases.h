@@ -133,7 +133,7 @@ inline void RandomBlock(std::mt19937& random, Vek16s (&block)[64])
     const unsigned density = random() % 65, size = 1 + random() % 11;
     for (Vek16s& c : block)
         c = random() % 64 < density ? (Vek16s)((int)(random() % (2u << size)) - (1 << size)) : (Vek16s)0;
-    if (random() % 500 == 0)
+    if (random() % 100 == 0)
         block[random() % 64] = -32768;
 }
 
