@@ -2,6 +2,7 @@
 #include <numeric>
 #include <vector>
 
+#include "support/checks.h"
 #include "support/moves.h"
 #include "support/tiers.h"
 #include "uvek/image.h"
@@ -16,8 +17,6 @@ protected:
 
 // Large enough for the streaming limits; packed, and in rows that share no alignment.
 const Shape kLarge = {1027, 700}, kLargePadded = {1027, 700, 5, false, Flush::End, 5};
-
-const Moves kOne = {{0, 0}}, kThree = {{0, 0}, {1, 1}, {2, 2}}, kFour = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
 
 TEST_P(ImageCopyTest, WholePixelsArrive)
 {
@@ -34,16 +33,12 @@ TEST_P(ImageCopyTest, WholePixelsArrive)
     });
 }
 
-TEST_P(ImageCopyTest, AlphaIsDroppedOrLeft)
+TEST_P(ImageCopyTest, ThreeChannelsOrOneMoveAlone)
 {
     ExpectMoves<4, 3, Vek8u>(random_, kThree, vekiCopy_8u_AC4C3R);
     ExpectMoves<4, 3, Vek16s>(random_, kThree, vekiCopy_16s_AC4C3R);
     ExpectMoves<3, 4, Vek8u>(random_, kThree, vekiCopy_8u_C3AC4R);
     ExpectMoves<3, 4, Vek16s>(random_, kThree, vekiCopy_16s_C3AC4R);
-}
-
-TEST_P(ImageCopyTest, OneChannelMovesAlone)
-{
     for (int c = 0; c < 4; ++c) {
         if (c < 3) {
             ExpectMoves<1, 3, Vek8u>(random_, {{0, c}}, vekiCopy_8u_C1C3R);
@@ -58,63 +53,51 @@ TEST_P(ImageCopyTest, OneChannelMovesAlone)
     }
 }
 
-template <typename T, int channels, typename Call>
-void ExpectSplitOn(const Shape& shape, std::mt19937& random, Call call)
+// call(packed, step, planes, planeStep, size) makes planes of a packed image, or the image of planes.
+template <typename T, int channels, bool split, typename Call>
+void ExpectPlanesOn(const Shape& shape, std::mt19937& random, Call call)
 {
-    const auto src = Noise<T, channels>(shape, random);
-    Shape planeShape = OtherThan(shape);
+    auto packed = Noise<T, channels>(split ? shape : OtherThan(shape), random);
+    auto expectedPacked = packed;
+    Shape planeShape = split ? OtherThan(shape) : shape;
     std::vector<GuardedImage<T>> planes, expected;
     T* pointers[channels];
     for (int c = 0; c < channels; ++c) {
         planes.push_back(Noise<T>(planeShape, random));
-        expected.push_back(planes[(size_t)c]);
+        expected.push_back(planes.back());
+        pointers[c] = planes.back().data();
         planeShape.offset = (planeShape.offset + shape.width) % 5 * (int)sizeof(T);
-        for (Vek32s y = 0; y < shape.height; ++y)
-            for (Vek32s x = 0; x < shape.width; ++x)
-                expected.back().set(x, y, 0, src.at(x, y, c));
+        ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
+            if (split)
+                expected.back().set(x, y, 0, packed.at(x, y, c));
+            else
+                expectedPacked.set(x, y, c, planes.back().at(x, y));
+        });
     }
-    for (int c = 0; c < channels; ++c)
-        pointers[c] = planes[(size_t)c].data();
-    ASSERT_EQ(StatusOk, call(src.data(), src.step(), pointers, planes[0].step(), src.size()));
-    for (int c = 0; c < channels; ++c)
-        ASSERT_TRUE(expected[(size_t)c] == planes[(size_t)c]) << "plane " << c << " of " << src << " seed " << Seed();
+    ASSERT_EQ(StatusOk, call(packed.data(), packed.step(), pointers, planes[0].step(), packed.size()));
+    ASSERT_TRUE(expected == planes && expectedPacked == packed) << packed << " seed " << Seed();
 }
 
-template <int channels, typename Call>
-void ExpectMergeOn(const Shape& shape, std::mt19937& random, Call call)
+template <typename Call>
+auto Merging(Call call)
 {
-    auto dst = Noise<Vek8u, channels>(OtherThan(shape), random);
-    auto expected = dst;
-    std::vector<GuardedImage<Vek8u>> planes;
-    const Vek8u* pointers[channels];
-    Shape planeShape = shape;
-    for (int c = 0; c < channels; ++c) {
-        planes.push_back(Noise<Vek8u>(planeShape, random));
-        planeShape.offset = (planeShape.offset + 3 * c + 1) % 16;
-        for (Vek32s y = 0; y < shape.height; ++y)
-            for (Vek32s x = 0; x < shape.width; ++x)
-                expected.set(x, y, c, planes.back().at(x, y));
-    }
-    for (int c = 0; c < channels; ++c)
-        pointers[c] = planes[(size_t)c].data();
-    ASSERT_EQ(StatusOk, call(pointers, planes[0].step(), dst.data(), dst.step(), dst.size()));
-    ASSERT_TRUE(expected == dst) << dst << " seed " << Seed();
+    return [call](Vek8u* packed, Vek32s step, Vek8u* const* planes, Vek32s planeStep, VekImageSize size) { return call(planes, planeStep, packed, step, size); };
 }
 
 TEST_P(ImageCopyTest, PlanesSplitAndMerge)
 {
     ForEachShape([&](const Shape& shape) {
-        ExpectSplitOn<Vek8u, 3>(shape, random_, vekiCopy_8u_C3P3R);
-        ExpectSplitOn<Vek8u, 4>(shape, random_, vekiCopy_8u_C4P4R);
-        ExpectSplitOn<Vek16s, 3>(shape, random_, vekiCopy_16s_C3P3R);
-        ExpectSplitOn<Vek16s, 4>(shape, random_, vekiCopy_16s_C4P4R);
-        ExpectMergeOn<3>(shape, random_, vekiCopy_8u_P3C3R);
-        ExpectMergeOn<4>(shape, random_, vekiCopy_8u_P4C4R);
+        ExpectPlanesOn<Vek8u, 3, true>(shape, random_, vekiCopy_8u_C3P3R);
+        ExpectPlanesOn<Vek8u, 4, true>(shape, random_, vekiCopy_8u_C4P4R);
+        ExpectPlanesOn<Vek16s, 3, true>(shape, random_, vekiCopy_16s_C3P3R);
+        ExpectPlanesOn<Vek16s, 4, true>(shape, random_, vekiCopy_16s_C4P4R);
+        ExpectPlanesOn<Vek8u, 3, false>(shape, random_, Merging(vekiCopy_8u_P3C3R));
+        ExpectPlanesOn<Vek8u, 4, false>(shape, random_, Merging(vekiCopy_8u_P4C4R));
     });
-    ExpectMergeOn<3>(kLarge, random_, vekiCopy_8u_P3C3R);
-    ExpectMergeOn<4>(kLargePadded, random_, vekiCopy_8u_P4C4R);
-    ExpectSplitOn<Vek16s, 3>(kLargePadded, random_, vekiCopy_16s_C3P3R);
-    ExpectSplitOn<Vek16s, 4>(kLarge, random_, vekiCopy_16s_C4P4R);
+    ExpectPlanesOn<Vek8u, 3, false>(kLarge, random_, Merging(vekiCopy_8u_P3C3R));
+    ExpectPlanesOn<Vek8u, 4, false>(kLargePadded, random_, Merging(vekiCopy_8u_P4C4R));
+    ExpectPlanesOn<Vek16s, 3, true>(kLargePadded, random_, vekiCopy_16s_C3P3R);
+    ExpectPlanesOn<Vek16s, 4, true>(kLarge, random_, vekiCopy_16s_C4P4R);
 }
 
 // Bytes are streamed from 16 MiB on, and planes only where all of them share an alignment.
@@ -163,30 +146,20 @@ TEST_P(ImageCopyTest, MaskPicksPixels)
             return kind == 0 ? 0u : kind == 1 ? random_() % 255 + 1 : random_() % 2 * 128;
         });
         auto expected = dst;
-        for (Vek32s y = 0; y < shape.height; ++y)
-            for (Vek32s x = 0; x < shape.width; ++x)
-                for (int c = 0; c < 3 && mask.at(x, y) != 0; ++c)
-                    expected.set(x, y, c, src.at(x, y, c));
+        SetEach(expected, [&](Vek32s x, Vek32s y, int c) { return (mask.at(x, y) ? src : dst).at(x, y, c); });
         ASSERT_EQ(StatusOk, vekiCopy_8u_C3MR(src.data(), src.step(), dst.data(), dst.step(), src.size(), mask.data(), mask.step()));
         ASSERT_TRUE(expected == dst) << dst << " seed " << Seed();
     });
-}
-
-template <typename T>
-std::vector<T> Counting(size_t length)
-{
-    std::vector<T> v(length);
-    std::iota(v.begin(), v.end(), (T)1);
-    return v;
 }
 
 // The start of the row repeats along it, at a distance of `ahead` samples.
 template <typename T, typename Call>
 void ExpectSmear(size_t ahead, VekImageSize size, size_t samples, Call call)
 {
-    auto row = Counting<T>(samples + ahead), expected = row;
-    for (size_t i = ahead; i < samples + ahead; ++i)
-        expected[i] = expected[i - ahead];
+    std::vector<T> row(samples + ahead), expected(samples + ahead);
+    std::iota(row.begin(), row.end(), (T)1);
+    for (size_t i = 0; i < row.size(); ++i)
+        expected[i] = i < ahead ? row[i] : expected[i - ahead];
     ASSERT_EQ(StatusOk, call(row.data(), 1000, row.data() + ahead, 1000, size));
     EXPECT_EQ(expected, row);
 }
@@ -238,51 +211,36 @@ TEST_P(ImageCopyTest, OntoItselfChangesNothing)
 
 TEST_P(ImageCopyTest, BadCallsReportTheFirstFaultAndWriteNothing)
 {
-    Vek8u s[64] = {1, 2, 3}, d[64] = {};
-    Vek16s s16[64] = {1, 2, 3}, d16[64] = {};
-    const Vek32f sf[4] = {1};
-    Vek32f df[4] = {};
-    Vek8u* none = nullptr;
-    const VekImageSize good = {2, 2}, flat = {2, 0}, thin = {0, 2};
-    const auto simple = [&](auto copy, auto* from, auto* to) {
-        EXPECT_EQ(StatusNullPointer, copy(nullptr, 4, to, 4, flat));
-        EXPECT_EQ(StatusNullPointer, copy(from, 4, nullptr, 4, thin));
-        EXPECT_EQ(StatusBadSize, copy(from, 0, to, 0, flat));
-        EXPECT_EQ(StatusBadSize, copy(from, 0, to, 0, thin));
-    };
     for (const auto copy : {vekiCopy_8u_C1R, vekiCopy_8u_C3R, vekiCopy_8u_C4R, vekiCopy_8u_AC4C3R, vekiCopy_8u_C3AC4R,
                             vekiCopy_8u_C1C3R, vekiCopy_8u_C1C4R, vekiCopy_8u_C3C1R, vekiCopy_8u_C4C1R})
-        simple(copy, s, d);
+        ExpectOrder<Vek8u, Vek8u>(Then::Size, copy);
     for (const auto copy : {vekiCopy_16s_C1R, vekiCopy_16s_C3R, vekiCopy_16s_C4R, vekiCopy_16s_AC4C3R, vekiCopy_16s_C3AC4R,
                             vekiCopy_16s_C1C3R, vekiCopy_16s_C1C4R, vekiCopy_16s_C3C1R, vekiCopy_16s_C4C1R})
-        simple(copy, s16, d16);
-    simple(vekiCopy_32f_C1R, sf, df);
-    EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C3MR(s, 4, d, 4, flat, nullptr, 4));
-    EXPECT_EQ(StatusBadSize, vekiCopy_8u_C3MR(s, 4, d, 4, flat, s, 4));
+        ExpectOrder<Vek16s, Vek16s>(Then::Size, copy);
+    ExpectOrder<Vek32f, Vek32f>(Then::Size, vekiCopy_32f_C1R);
+    Vek8u mask[64] = {};
+    ExpectOrder<Vek8u, Vek8u>(Then::Size, [&](const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size) {
+        return vekiCopy_8u_C3MR(src, srcStep, dst, dstStep, size, mask, 8);
+    });
+    EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C3MR(mask, 0, mask, 0, {0, 0}, nullptr, 0));
 
-    for (int hole = 0; hole < 4; ++hole) {
-        Vek8u* planes[4] = {d, d + 16, d + 32, d + 48};
-        Vek16s* planes16[4] = {d16, d16 + 16, d16 + 32, d16 + 48};
-        planes[hole] = nullptr;
-        planes16[hole] = nullptr;
-        EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C4P4R(s, 8, planes, 2, flat));
-        EXPECT_EQ(StatusNullPointer, vekiCopy_8u_P4C4R(planes, 2, d, 8, good));
-        EXPECT_EQ(StatusNullPointer, vekiCopy_16s_C4P4R(s16, 8, planes16, 4, good));
-        if (hole == 3) {  // whole for three planes
-            EXPECT_EQ(StatusBadSize, vekiCopy_8u_C3P3R(s, 6, planes, 2, flat));
-            EXPECT_EQ(StatusBadSize, vekiCopy_8u_P3C3R(planes, 2, d, 6, thin));
-            EXPECT_EQ(StatusBadSize, vekiCopy_16s_C3P3R(s16, 6, planes16, 2, thin));
-            continue;
+    const auto planar = [](auto copy, auto sample, int channels) {
+        using T = decltype(sample);
+        ExpectOrder<T, T>(Then::Size, [=](T* src, Vek32s, T* dst, Vek32s, VekImageSize size) {
+            T* const planes[4] = {dst, dst, dst, dst};
+            return copy(src, 8, dst ? planes : nullptr, 4, size);
+        });
+        for (const VekImageSize bad : {VekImageSize{2, 0}, {0, 2}}) {
+            T packed[16] = {};
+            ExpectPlanesAreLookedAt<T>(channels, packed, [&](T** planes) { return copy(packed, 8, planes, 4, bad); });
         }
-        EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C3P3R(s, 6, planes, 2, thin));
-        EXPECT_EQ(StatusNullPointer, vekiCopy_8u_P3C3R(planes, 2, d, 6, flat));
-        EXPECT_EQ(StatusNullPointer, vekiCopy_16s_C3P3R(s16, 6, planes16, 2, good));
-    }
-    EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C3P3R(nullptr, 6, &none, 2, good));
-    EXPECT_EQ(StatusNullPointer, vekiCopy_8u_C4P4R(s, 6, nullptr, 2, good));
-    EXPECT_EQ(StatusNullPointer, vekiCopy_8u_P3C3R(nullptr, 6, d, 2, good));
-    for (int i = 0; i < 64; ++i)
-        ASSERT_EQ(0, d[i] | d16[i] | (df[i % 4] != 0));
+    };
+    planar(vekiCopy_8u_C3P3R, Vek8u(), 3);
+    planar(vekiCopy_8u_C4P4R, Vek8u(), 4);
+    planar(vekiCopy_16s_C3P3R, Vek16s(), 3);
+    planar(vekiCopy_16s_C4P4R, Vek16s(), 4);
+    planar(Merging(vekiCopy_8u_P3C3R), Vek8u(), 3);
+    planar(Merging(vekiCopy_8u_P4C4R), Vek8u(), 4);
 }
 
 UVEK_ON_ALL_TIERS(ImageCopyTest);

@@ -34,52 +34,43 @@ struct Leaves {
     Leaves& Say(int reg, Vek32u value) { leaf2[reg] = value; return *this; }
 };
 
-Vek32s Cache(const Leaves& leaves)
+TEST(ImageStreamingTest, LargestDescriptorWinsAndOtherAnswersLeaveTheCacheUnknown)
 {
-    const Vek32s sizes[] = {mx::LargestDescribedCache(leaves.leaf0, leaves.leaf2), m7::LargestDescribedCache(leaves.leaf0, leaves.leaf2),
-                            u8::LargestDescribedCache(leaves.leaf0, leaves.leaf2), y8::LargestDescribedCache(leaves.leaf0, leaves.leaf2)};
-    for (const Vek32s size : sizes)
-        EXPECT_EQ(sizes[0], size);
-    return sizes[0];
-}
-
-TEST(ImageStreamingTest, LargestDescriptorWins)
-{
-    EXPECT_EQ(524288, Cache(Leaves().Say(0, 0x43000001)));       // in EAX's top byte
-    EXPECT_EQ(6291456, Cache(Leaves().Say(1, 0x434e2c57).Say(3, 0x00007dff)));
-    EXPECT_EQ(16777216, Cache(Leaves().Say(1, 78).Say(3, 77 << 16)));
-    EXPECT_EQ(2097152, Cache(Leaves().Say(2, 0x0000007d).Say(1, 0x80004d4du)));  // a register with bit 31 says nothing
-    EXPECT_EQ(3145728, Cache(Leaves().Say(0, 0x00004801)));
-}
-
-TEST(ImageStreamingTest, OtherAnswersLeaveTheCacheUnknown)
-{
-    EXPECT_EQ(0, Cache(Leaves("AnotherBrand").Say(1, 77)));
-    EXPECT_EQ(0, Cache(Leaves().Say(0, 0x4d4d4d02)));            // a repeat count other than 1
-    EXPECT_EQ(0, Cache(Leaves().Say(1, 61).Say(2, 122)));        // caches below 512 KiB
-    EXPECT_EQ(0, Cache(Leaves()));
-    EXPECT_EQ(0, Cache(Leaves().Say(0, 0x80000001u)));
     Leaves old = Leaves().Say(1, 77);
     old.leaf0[0] = 1;
-    EXPECT_EQ(0, Cache(old));
-    // Without EAX's bytes the first register that speaks stands at the front, where its low byte is passed over.
-    EXPECT_EQ(0, Cache(Leaves().Say(0, 0x80000001u).Say(1, 77)));
-    EXPECT_EQ(16777216, Cache(Leaves().Say(0, 0x80000001u).Say(1, 77 << 8)));
+    const struct { Vek32s size; Leaves leaves; } cases[] = {
+        {524288, Leaves().Say(0, 0x43000001)},       // in EAX's top byte
+        {6291456, Leaves().Say(1, 0x434e2c57).Say(3, 0x00007dff)},
+        {16777216, Leaves().Say(1, 78).Say(3, 77 << 16)},
+        {2097152, Leaves().Say(2, 0x0000007d).Say(1, 0x80004d4du)},  // a register with bit 31 says nothing
+        {3145728, Leaves().Say(0, 0x00004801)},
+        {0, Leaves("AnotherBrand").Say(1, 77)},
+        {0, Leaves().Say(0, 0x4d4d4d02)},            // a repeat count other than 1
+        {0, Leaves().Say(1, 61).Say(2, 122)},        // caches below 512 KiB
+        {0, Leaves()},
+        {0, Leaves().Say(0, 0x80000001u)},
+        {0, old},
+        // Without EAX's bytes the first register that speaks stands at the front, where its low byte is passed over.
+        {0, Leaves().Say(0, 0x80000001u).Say(1, 77)},
+        {16777216, Leaves().Say(0, 0x80000001u).Say(1, 77 << 8)},
+    };
+    for (const auto& c : cases)
+        for (const auto ask : {mx::LargestDescribedCache, m7::LargestDescribedCache, u8::LargestDescribedCache, y8::LargestDescribedCache})
+            EXPECT_EQ(c.size, ask(c.leaves.leaf0, c.leaves.leaf2)) << std::hex << c.leaves.leaf2[0] << ' ' << c.leaves.leaf2[1];
 }
 
 TEST(ImageStreamingTest, CopiesPassHalfTheCacheAndFillsTheWhole)
 {
-    for (const auto streams : {m7::CopyStreams, u8::CopyStreams, y8::CopyStreams}) {
-        EXPECT_TRUE(streams(3000000, 6000000));
-        EXPECT_FALSE(streams(2999999, 6000000));
+    const auto check = [](auto streams, int64_t limit) {
+        EXPECT_TRUE(streams(limit, 6000000));
+        EXPECT_FALSE(streams(limit - 1, 6000000));
         EXPECT_FALSE(streams(1 << 30, 0));
         EXPECT_TRUE(streams(int64_t(1) << 33, 16777216));
-    }
-    for (const auto streams : {m7::FillStreams, u8::FillStreams, y8::FillStreams}) {
-        EXPECT_TRUE(streams(6000000, 6000000));
-        EXPECT_FALSE(streams(5999999, 6000000));
-        EXPECT_FALSE(streams(1 << 30, 0));
-    }
+    };
+    for (const auto streams : {m7::CopyStreams, u8::CopyStreams, y8::CopyStreams})
+        check(streams, 3000000);
+    for (const auto streams : {m7::FillStreams, u8::FillStreams, y8::FillStreams})
+        check(streams, 6000000);
 }
 
 TEST(ImageStreamingTest, StreamedRowsArriveWhole)

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <functional>
 
 #include "support/random.h"
 #include "support/tiers.h"
@@ -15,38 +14,55 @@ using Coefficients = std::array<Vek16s, 64>;
 using Table = std::array<Vek16u, 64>;
 using Raw = std::array<Vek8u, 64>;
 
+template <typename T>
+std::array<T, 64> Flat(int value)
+{
+    std::array<T, 64> block;
+    block.fill((T)value);
+    return block;
+}
+
 class JpegDctTest : public TierTest {
 protected:
+    // Both transform guarded blocks at any address, with rows apart, and see that the rest is kept.
+    Coefficients Forward(const Samples& samples, const Table& table)
+    {
+        const Blocks b(AnyShape(), samples, {}, table);
+        EXPECT_EQ(StatusOk, vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(b.samples.data(), b.samples.step(), b.coefficients.data(), b.table.data()));
+        Coefficients out;
+        for (int i = 0; i < 64; ++i)
+            out[i] = b.coefficients[i];
+        EXPECT_TRUE(Blocks(b.samples.shape(), samples, out, table).coefficients == b.coefficients) << b.samples;
+        return out;
+    }
+    Samples Inverse(const Coefficients& coefficients, const Table& table)
+    {
+        const Blocks b(AnyShape(), {}, coefficients, table);
+        EXPECT_EQ(StatusOk, vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(b.coefficients.data(), b.samples.data(), b.samples.step(), b.table.data()));
+        Samples out;
+        for (int i = 0; i < 64; ++i)
+            out[i] = b.samples.at(i % 8, i / 8);
+        EXPECT_TRUE(Blocks(b.samples.shape(), out, coefficients, table).samples == b.samples) << b.samples;
+        return out;
+    }
     std::mt19937 random_{Seed()};
+
+private:
+    struct Blocks {
+        Blocks(const Shape& shape, const Samples& s, const Coefficients& c, const Table& t)
+            : samples(shape), coefficients(64, shape.flush, shape.offset), table(64, shape.flush, shape.offset ^ 1)
+        {
+            int i = 0, j = 0, k = 0;
+            samples.Fill([&] { return s[i++]; });
+            coefficients.Fill([&] { return c[j++]; });
+            table.Fill([&] { return t[k++]; });
+        }
+        GuardedImage<Vek8u> samples;
+        GuardedVector<Vek16s> coefficients;
+        GuardedVector<Vek16u> table;
+    };
+    Shape AnyShape() { return {8, 8, (Vek32s)(random_() % 5), false, random_() & 1 ? Flush::End : Flush::Start, (int)(random_() % 16)}; }
 };
-
-Raw UniformRaw(int step)
-{
-    Raw raw;
-    raw.fill((Vek8u)step);
-    return raw;
-}
-
-Table Uniform(int value)
-{
-    Table table;
-    table.fill((Vek16u)value);
-    return table;
-}
-
-Coefficients Forward(const Samples& samples, const Table& table)
-{
-    Coefficients out;
-    EXPECT_EQ(StatusOk, vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples.data(), 8, out.data(), table.data()));
-    return out;
-}
-
-Samples Inverse(const Coefficients& coefficients, const Table& table)
-{
-    Samples out;
-    EXPECT_EQ(StatusOk, vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients.data(), out.data(), 8, table.data()));
-    return out;
-}
 
 constexpr double kPi = 3.14159265358979323846;
 
@@ -156,41 +172,39 @@ Samples NarrowInverse(const Coefficients& coefficients, const Table& table)
 
 // ---- Transforms ----
 
-TEST_P(JpegDctTest, ForwardIsTheOrthonormalTransform)
+std::array<double, 64> Centred(const Samples& samples)
 {
-    const Table ones = Uniform(32768);
-    for (int round = 0; round < 3000; ++round) {
-        const Samples samples = RandomSamples(random_);
-        std::array<double, 64> shifted;
-        for (int i = 0; i < 64; ++i)
-            shifted[i] = samples[i] - 128.0;
-        const auto exact = Transform(shifted, false);
-        const Coefficients got = Forward(samples, ones);
-        for (int i = 0; i < 64; ++i)
-            ASSERT_NEAR(exact[i], got[i], 1.25) << i;
-        if (GetParam() > 0) {
-            Table table;
-            for (Vek16u& r : table)
-                r = (Vek16u)(random_() >> (random_() % 16));
-            ASSERT_EQ(NarrowForward(samples, table), Forward(samples, table));
-        }
-    }
+    std::array<double, 64> shifted;
+    for (int i = 0; i < 64; ++i)
+        shifted[i] = samples[i] - 128.0;
+    return shifted;
 }
 
-TEST_P(JpegDctTest, FlatBlockHasOneCoefficient)
+TEST_P(JpegDctTest, ForwardIsTheOrthonormalTransform)
 {
+    for (int round = 0; round < 3000; ++round) {
+        const Samples samples = RandomSamples(random_);
+        const auto exact = Transform(Centred(samples), false);
+        const Coefficients got = Forward(samples, Flat<Vek16u>(32768));
+        for (int i = 0; i < 64; ++i)
+            ASSERT_NEAR(exact[i], got[i], 1.25) << i;
+        Table table;
+        for (Vek16u& r : table)
+            r = (Vek16u)(random_() >> (random_() % 16));
+        const Coefficients quantised = Forward(samples, table);
+        if (GetParam() > 0) {
+            ASSERT_EQ(NarrowForward(samples, table), quantised);
+        }
+    }
     for (int v = 0; v < 256; ++v) {
-        Samples samples;
-        samples.fill((Vek8u)v);
-        Coefficients expected = {};
-        expected[0] = (Vek16s)(8 * (v - 128));
-        ASSERT_EQ(expected, Forward(samples, Uniform(32768)));
-        // The same by a step of 16, where every second block is a tie: 8 (v - 128) / 16 to even.
-        expected[0] = (Vek16s)std::nearbyint((v - 128) / 2.0);
-        ASSERT_EQ(expected, Forward(samples, Uniform(2048)));
-        // And by the entry that a step of 0 leaves, nearly two.
-        expected[0] = (Vek16s)(16 * (v - 128));
-        ASSERT_EQ(expected, Forward(samples, Uniform(65535)));
+        // A flat block has one coefficient. By a step of 16 every second one is a tie: 8 (v - 128) / 16 to even;
+        // 65535 is the entry that a step of 0 leaves, nearly two.
+        const struct { int entry; double dc; } cases[] = {{32768, 8.0 * (v - 128)}, {2048, std::nearbyint((v - 128) / 2.0)}, {65535, 16.0 * (v - 128)}};
+        for (const auto& c : cases) {
+            Coefficients expected = {};
+            expected[0] = (Vek16s)c.dc;
+            ASSERT_EQ(expected, Forward(Flat<Vek8u>(v), Flat<Vek16u>(c.entry)));
+        }
     }
 }
 
@@ -200,19 +214,16 @@ TEST_P(JpegDctTest, InverseIsTheOrthonormalTransform)
     int worst = 0;
     constexpr int rounds = 3000;
     for (int round = 0; round < rounds; ++round) {
-        Samples samples = RandomSamples(random_);
-        std::array<double, 64> shifted, rounded;
-        for (int i = 0; i < 64; ++i)
-            shifted[i] = samples[i] - 128.0;
         const int step = 1 + (int)(random_() % 40);
-        const auto spectrum = Transform(shifted, false);
+        const auto spectrum = Transform(Centred(RandomSamples(random_)), false);
+        std::array<double, 64> rounded;
         Coefficients coefficients;
         for (int i = 0; i < 64; ++i) {
             coefficients[i] = (Vek16s)std::lround(spectrum[i] / step);
             rounded[i] = coefficients[i] * step;
         }
         const auto exact = Transform(rounded, true);
-        const Samples got = Inverse(coefficients, Uniform(step));
+        const Samples got = Inverse(coefficients, Flat<Vek16u>(step));
         for (int i = 0; i < 64; ++i) {
             const int want = std::min(255, std::max(0, (int)std::lround(exact[i]) + 128));
             worst = std::max(worst, std::abs(want - got[i]));
@@ -221,27 +232,17 @@ TEST_P(JpegDctTest, InverseIsTheOrthonormalTransform)
     }
     EXPECT_LE(worst, 1);
     EXPECT_LE(squares / (64.0 * rounds), 0.02);  // the mean square error that IEEE 1180 allows
-}
-
-TEST_P(JpegDctTest, InverseOfNothingIsGrey)
-{
-    Samples grey;
-    grey.fill(128);
-    EXPECT_EQ(grey, Inverse(Coefficients{}, Uniform(255)));
+    EXPECT_EQ(Flat<Vek8u>(128), Inverse({}, Flat<Vek16u>(255)));
 }
 
 // Anything that a corrupt file can hold, with products far past 16 bits and sums past 32.
 TEST_P(JpegDctTest, InverseOfWildBlocksFollowsItsDesign)
 {
     // 200 * 200 saturates to 32767, eight times the white level, and does not wrap to a negative number. Tier 0's
-    // column pass keeps 16 bits of 8 * 32767, which is -8: grey.
-    Coefficients edge = {};
-    edge[0] = 200;
-    Samples flat;
-    flat.fill(GetParam() == 0 ? 128 : 255);
-    EXPECT_EQ(flat, Inverse(edge, Uniform(200)));
-    edge[0] = -32768;
-    EXPECT_EQ(flat, Inverse(edge, Uniform(65535)));  // the step reads as -1
+    // column pass keeps 16 bits of 8 * 32767, which is -8: grey. A step of 65535 reads as -1.
+    const Samples flat = Flat<Vek8u>(GetParam() == 0 ? 128 : 255);
+    EXPECT_EQ(flat, Inverse({200}, Flat<Vek16u>(200)));
+    EXPECT_EQ(flat, Inverse({-32768}, Flat<Vek16u>(65535)));
     for (int round = 0; round < 3000; ++round) {
         Coefficients coefficients;
         Table table;
@@ -257,95 +258,44 @@ TEST_P(JpegDctTest, InverseOfWildBlocksFollowsItsDesign)
     }
 }
 
-TEST_P(JpegDctTest, AnyAddressGivesTheSameAndNothingElseIsTouched)
-{
-    for (int offset = 0; offset < 32; ++offset) {
-        const Flush flush = offset & 1 ? Flush::End : Flush::Start;
-        const Shape shape{8, 8, offset % 5, false, flush, offset / 2};
-        GuardedImage<Vek8u> samples(shape), back(shape), expectedBack(shape);
-        GuardedVector<Vek16s> coefficients(64, flush, offset / 2);
-        GuardedVector<Vek16u> table(64, flush, offset / 2 ^ 1);
-        samples.Fill(std::ref(random_));
-        table.Fill([&] { return 32768 / (1 + random_() % 20); });
-        Samples plainSamples;
-        Table plainTable;
-        for (int i = 0; i < 64; ++i) {
-            plainSamples[i] = samples.at(i % 8, i / 8);
-            plainTable[i] = table[i];
-        }
-        ASSERT_EQ(StatusOk, vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples.data(), samples.step(), coefficients.data(), table.data()));
-        ASSERT_EQ(StatusOk, vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients.data(), back.data(), back.step(), table.data()));
-        const Coefficients expected = Forward(plainSamples, plainTable);
-        const Samples plainBack = Inverse(expected, plainTable);
-        for (int i = 0; i < 64; ++i) {
-            ASSERT_EQ(expected[i], coefficients[i]);
-            expectedBack.set(i % 8, i / 8, 0, plainBack[i]);
-        }
-        ASSERT_TRUE(coefficients.IsSlackIntact() && expectedBack == back) << shape;
-    }
-}
-
 // ---- Tables ----
 
-TEST_P(JpegDctTest, PreparedTablesStandInRowOrder)
+TEST_P(JpegDctTest, PreparedTablesStandInRowOrderAndReciprocalsAreRounded)
 {
-    Raw raw;
-    for (int k = 0; k < 64; ++k)
-        raw[k] = (Vek8u)(k + 1);
-    Table inverse, forward;
-    ASSERT_EQ(StatusOk, vekiQuantInvTableInit_JPEG_8u16u(raw.data(), inverse.data()));
-    ASSERT_EQ(StatusOk, vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), forward.data()));
-    // Walks the block as the standard's figure does: along diagonals, turning at the edges.
-    int x = 0, y = 0, dx = 1;
-    for (int k = 0; k < 64; ++k) {
-        ASSERT_EQ(k + 1, inverse[8 * y + x]);
-        ASSERT_EQ(std::lround(32768.0 / (k + 1)), forward[8 * y + x]);
-        const int nextX = x + dx, nextY = y - dx;
-        if (dx > 0 ? nextX == 8 || nextY < 0 : nextY == 8 || nextX < 0) {
-            (dx > 0 ? x < 7 : y == 7) ? ++x : ++y;
-            dx = -dx;
-        } else {
-            x = nextX;
-            y = nextY;
-        }
+    for (int first = 1; first < 256; first += 64) {  // all steps up to 255, and 0 in the end
+        Raw raw;
+        for (int k = 0; k < 64; ++k)
+            raw[k] = (Vek8u)(first + k);
+        Table inverse, forward;
+        ASSERT_EQ(StatusOk, vekiQuantInvTableInit_JPEG_8u16u(raw.data(), inverse.data()));
+        ASSERT_EQ(raw[63] ? (VekStatus)StatusOk : WarnDivideByZero, vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), forward.data()));
+        // Along the diagonals of the standard's figure, up and down by turns.
+        for (int diagonal = 0, k = 0; diagonal < 15; ++diagonal)
+            for (int i = std::max(0, diagonal - 7); i <= std::min(7, diagonal); ++i, ++k) {
+                const int x = diagonal % 2 ? diagonal - i : i, at = 8 * (diagonal - x) + x;
+                ASSERT_EQ(raw[k], inverse[at]);
+                ASSERT_EQ(raw[k] ? std::lround(32768.0 / raw[k]) : 65535, forward[at]);
+            }
     }
-}
-
-TEST_P(JpegDctTest, ReciprocalsAreRoundedAndZeroWarns)
-{
-    Table table;
-    for (int step = 1; step < 256; ++step) {
-        ASSERT_EQ(StatusOk, vekiQuantFwdTableInit_JPEG_8u16u(UniformRaw(step).data(), table.data()));
-        ASSERT_EQ(std::lround(32768.0 / step), table[step % 64]);
-    }
-    Raw raw = UniformRaw(10);
-    raw[63] = 0;
-    EXPECT_EQ(WarnDivideByZero, vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), table.data()));
-    EXPECT_EQ(65535, table[63]);
-    EXPECT_EQ(3277, table[62]);
 }
 
 TEST_P(JpegDctTest, QualityScalesTables)
 {
-    const auto scaled = [](int entry, Vek32s quality) {
-        Raw raw = UniformRaw(entry);
-        EXPECT_EQ(StatusOk, vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), quality));
-        EXPECT_EQ(UniformRaw(raw[17]), raw);
-        return (int)raw[17];
+    const struct { int entry; Vek32s quality; int expected; } cases[] = {
+        {0, 50, 1}, {16, 50, 16}, {5, 1, 250}, {6, 1, 255}, {16, 47, 17},  // 5000 / 47 is 106: 16.96, and a half is added
+        {255, 100, 1}, {255, 101, 1}, {255, 125, 1}, {255, 0x40000000, 1}, {255, 0x40000064, 1}, {255, 2147483647, 1},
     };
-    EXPECT_EQ(1, scaled(0, 50));
-    EXPECT_EQ(16, scaled(16, 50));
-    EXPECT_EQ(250, scaled(5, 1));
-    EXPECT_EQ(255, scaled(6, 1));
-    EXPECT_EQ(17, scaled(16, 47));  // 5000 / 47 is 106: 16.96, and a half is added
-    for (const Vek32s quality : {100, 101, 125, 0x40000000, 0x40000064, 2147483647})
-        EXPECT_EQ(1, scaled(255, quality));
+    for (const auto& c : cases) {
+        Raw raw = Flat<Vek8u>(c.entry);
+        EXPECT_EQ(StatusOk, vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), c.quality));
+        EXPECT_EQ(Flat<Vek8u>(c.expected), raw) << c.entry << " at quality " << c.quality;
+    }
 }
 
 TEST_P(JpegDctTest, BadCallsInOrder)
 {
-    Raw raw = UniformRaw(7);
-    Table table = Uniform(9);
+    Raw raw = Flat<Vek8u>(7);
+    Table table = Flat<Vek16u>(9);
     Samples samples = {};
     Coefficients coefficients = {};
     EXPECT_EQ(StatusNullPointer, vekiQuantFwdRawTableInit_JPEG_8u(nullptr, 0));
@@ -354,17 +304,15 @@ TEST_P(JpegDctTest, BadCallsInOrder)
         EXPECT_EQ(StatusNullPointer, prepare(nullptr, table.data()));
         EXPECT_EQ(StatusNullPointer, prepare(raw.data(), nullptr));
     }
-    const auto forward = [&](const Vek8u* p, Vek32s step, Vek16s* q, const Vek16u* t) { return vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(p, step, q, t); };
-    const auto inverse = [&](Vek8u* p, Vek32s step, Vek16s* q, const Vek16u* t) { return vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(q, p, step, t); };
     const auto check = [&](auto call) {
         EXPECT_EQ(StatusNullPointer, call(nullptr, 0, coefficients.data(), table.data()));
         EXPECT_EQ(StatusNullPointer, call(samples.data(), 0, nullptr, table.data()));
         EXPECT_EQ(StatusBadStep, call(samples.data(), 0, coefficients.data(), nullptr));
         EXPECT_EQ(StatusNullPointer, call(samples.data(), 1, coefficients.data(), nullptr));
     };
-    check(forward);
-    check(inverse);
-    EXPECT_TRUE(raw == UniformRaw(7) && table == Uniform(9) && samples == Samples{} && coefficients == Coefficients{});
+    check(vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R);
+    check([](Vek8u* p, Vek32s step, Vek16s* q, const Vek16u* t) { return vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(q, p, step, t); });
+    EXPECT_TRUE(raw == Flat<Vek8u>(7) && table == Flat<Vek16u>(9) && samples == Samples{} && coefficients == Coefficients{});
 }
 
 UVEK_ON_ALL_TIERS(JpegDctTest);

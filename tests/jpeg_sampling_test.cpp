@@ -1,7 +1,5 @@
 #include "uvek/jpeg.h"
 
-#include <vector>
-
 #include "support/pixels.h"
 #include "support/tiers.h"
 
@@ -12,39 +10,6 @@ class JpegSamplingTest : public TierTest {
 protected:
     std::mt19937 random_{Seed()};
 };
-
-using Bytes = std::vector<Vek8u>;
-
-Bytes Doubled(const Bytes& row)
-{
-    Bytes out(row.size() * 2);
-    EXPECT_EQ(StatusOk, vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(row.data(), (Vek32s)row.size(), out.data()));
-    return out;
-}
-
-Bytes DoubledBoth(const Bytes& near, const Bytes& far)
-{
-    Bytes out(near.size() * 2);
-    EXPECT_EQ(StatusOk, vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(near.data(), far.data(), (Vek32s)near.size(), out.data()));
-    return out;
-}
-
-TEST_P(JpegSamplingTest, RoundingByHand)
-{
-    EXPECT_EQ((Bytes{10, 13, 17, 20}), Doubled({10, 20}));      // 12.5 on the right rounds up, 17.5 on the left down
-    EXPECT_EQ((Bytes{0, 1, 2, 4, 4, 5}), Doubled({0, 3, 5}));   // 0.75 2.25 3.5 4.5
-    EXPECT_EQ((Bytes{7, 7}), Doubled({7}));
-    EXPECT_EQ((Bytes{1, 0}), DoubledBoth({0}, {2}));            // 8/16 rounds up on the left alone
-    // Sums 31, 60: (124 + 8) / 16, (153 + 7) / 16, (211 + 8) / 16, (240 + 7) / 16.
-    EXPECT_EQ((Bytes{8, 10, 13, 15}), DoubledBoth({10, 20}, {1, 0}));
-
-    const Vek8u src[8] = {1, 0, 1, 2, 0, 0, 0, 0};
-    Vek8u dst[2] = {};
-    ASSERT_EQ(StatusOk, vekiSampleDownH2V2_JPEG_8u_C1R(src, 4, {1, 1}, dst, 2, {2, 1}));
-    EXPECT_EQ((Bytes{1, 1}), Bytes(dst, dst + 2));  // a quarter rounds up
-    ASSERT_EQ(StatusOk, vekiSampleDownH2V1_JPEG_8u_C1R(src, 4, {1, 1}, dst, 2, {2, 1}));
-    EXPECT_EQ((Bytes{1, 2}), Bytes(dst, dst + 2));  // a half rounds up
-}
 
 TEST_P(JpegSamplingTest, FiltersHoldOnEveryShape)
 {
@@ -60,7 +25,7 @@ TEST_P(JpegSamplingTest, FiltersHoldOnEveryShape)
             ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
                 expectedOne.set(x, y, 0, (Vek8u)((src.at(2 * x, y) + src.at(2 * x + 1, y) + 1) / 2));
                 const int sum = src.at(2 * x, 2 * y) + src.at(2 * x + 1, 2 * y) + src.at(2 * x, 2 * y + 1) + src.at(2 * x + 1, 2 * y + 1);
-                expectedFour.set(x, y, 0, (Vek8u)((sum + 3) / 4));
+                expectedFour.set(x, y, 0, (Vek8u)((sum + 3) / 4));  // a quarter rounds up
             });
             ASSERT_EQ(StatusOk, vekiSampleDownH2V1_JPEG_8u_C1R(src.data(), src.step(), {1, 1}, one.data(), one.step(), one.size()));
             ASSERT_EQ(StatusOk, vekiSampleDownH2V2_JPEG_8u_C1R(src.data(), src.step(), {1, 1}, four.data(), four.step(), four.size()));
@@ -87,7 +52,8 @@ TEST_P(JpegSamplingTest, FiltersHoldOnEveryShape)
 
 TEST_P(JpegSamplingTest, BadCallsInOrder)
 {
-    Vek8u src[8] = {1, 2, 3, 4, 5, 6, 7, 8}, dst[4] = {9, 9, 9, 9};
+    const Vek8u src[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    Vek8u dst[4] = {9, 9, 9, 9};
     const VekImageSize good = {2, 1}, flat = {1, 0}, thin = {0, 1};
     for (const auto down : {vekiSampleDownH2V1_JPEG_8u_C1R, vekiSampleDownH2V2_JPEG_8u_C1R}) {
         EXPECT_EQ(StatusNullPointer, down(nullptr, 0, thin, dst, 0, good));
@@ -103,9 +69,9 @@ TEST_P(JpegSamplingTest, BadCallsInOrder)
     const auto both = vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1;
     for (const VekStatus status : {one(nullptr, 0, dst), one(src, 0, nullptr), both(nullptr, src, 0, dst), both(src, nullptr, 0, dst), both(src, src, 0, nullptr)})
         EXPECT_EQ(StatusNullPointer, status);
-    EXPECT_EQ(StatusBadSize, one(src, 0, dst));
-    EXPECT_EQ(StatusBadSize, both(src, src, -1, dst));
-    EXPECT_EQ(Bytes(4, 9), Bytes(dst, dst + 4));
+    for (const VekStatus status : {one(src, 0, dst), both(src, src, -1, dst)})
+        EXPECT_EQ(StatusBadSize, status);
+    EXPECT_EQ(4, std::count(dst, dst + 4, 9));
 }
 
 UVEK_ON_ALL_TIERS(JpegSamplingTest);

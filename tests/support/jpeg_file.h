@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
 #include "uvek/jpeg.h"
@@ -38,11 +39,8 @@ struct HuffmanLists {
     // Equal in the symbols that are in use.
     friend bool operator==(const HuffmanLists& a, const HuffmanLists& b)
     {
-        int total = 0;
-        for (int i = 0; i < 16; total += a.bits[i++])
-            if (a.bits[i] != b.bits[i])
-                return false;
-        return std::equal(a.vals, a.vals + total, b.vals);
+        const int total = std::accumulate(a.bits, a.bits + 16, 0);
+        return std::equal(a.bits, a.bits + 16, b.bits) && std::equal(a.vals, a.vals + std::min(total, 256), b.vals);
     }
 };
 
@@ -52,13 +50,18 @@ struct JpegComponent {
     int paddedAcross, paddedDown;    // in an interleaved scan, and in memory
 };
 
-struct JpegScan {
+// What a scan codes of its blocks: all of them, or a band of coefficients down to bit `al`, refined if `ah` is not 0.
+struct ScanKind {
+    bool progressive = false;
+    Vek32s ss = 0, se = 63, ah = 0, al = 0;
+};
+
+struct JpegScan : ScanKind {
     std::vector<int> components;     // indices into JpegFile::components
     int dcTable[4] = {}, acTable[4] = {};
-    int ss, se, ah, al;
-    int restartInterval;
+    int restartInterval = 0;
     HuffmanLists dc[4], ac[4];
-    size_t begin, end;               // of the entropy-coded data, restart markers included
+    size_t begin = 0, end = 0;       // of the entropy-coded data, restart markers included
 };
 
 struct JpegFile {
@@ -126,6 +129,7 @@ inline JpegFile ParseJpeg(const Bytes& bytes)
             }
         } else if (marker == 0xda) {
             JpegScan scan = tables;
+            scan.progressive = file.progressive;
             const int count = bytes[p++];
             for (int i = 0; i < count; ++i, p += 2)
                 for (size_t c = 0; c < file.components.size(); ++c)
@@ -156,37 +160,88 @@ inline JpegFile ParseJpeg(const Bytes& bytes)
 template <typename Block, typename Restart>
 VekStatus WalkScan(const JpegFile& file, const JpegScan& scan, Block&& block, Restart&& restart)
 {
-    int toGo = scan.restartInterval;
-    const auto nextUnit = [&] {
-        if (scan.restartInterval == 0)
-            return StatusOk + 0;
-        const VekStatus status = toGo == 0 ? restart() : (VekStatus)StatusOk;
-        toGo = (toGo == 0 ? scan.restartInterval : toGo) - 1;
-        return status;
-    };
+    // A component alone comes in its own blocks, several come in MCUs.
+    const bool alone = scan.components.size() == 1;
+    const JpegComponent& first = file.components[(size_t)scan.components[0]];
+    const int across = alone ? first.blocksAcross : file.mcusAcross, down = alone ? first.blocksDown : file.mcusDown;
     VekStatus status = StatusOk;
-    if (scan.components.size() == 1) {
-        const JpegComponent& c = file.components[(size_t)scan.components[0]];
-        for (int y = 0; y < c.blocksDown; ++y)
-            for (int x = 0; x < c.blocksAcross; ++x) {
-                if ((status = nextUnit()) < 0 || (status = block(0, scan.components[0], y * c.paddedAcross + x)) < 0)
+    int toGo = scan.restartInterval;
+    for (int my = 0; my < down; ++my)
+        for (int mx = 0; mx < across; ++mx) {
+            if (scan.restartInterval > 0 && toGo-- == 0) {
+                if ((status = restart()) < 0)
                     return status;
+                toGo = scan.restartInterval - 1;
             }
-        return status;
-    }
-    for (int my = 0; my < file.mcusDown; ++my)
-        for (int mx = 0; mx < file.mcusAcross; ++mx) {
-            if ((status = nextUnit()) < 0)
-                return status;
             for (size_t i = 0; i < scan.components.size(); ++i) {
                 const JpegComponent& c = file.components[(size_t)scan.components[i]];
-                for (int y = 0; y < c.v; ++y)
-                    for (int x = 0; x < c.h; ++x)
-                        if ((status = block((int)i, scan.components[i], (my * c.v + y) * c.paddedAcross + mx * c.h + x)) < 0)
+                const int h = alone ? 1 : c.h, v = alone ? 1 : c.v;
+                for (int y = 0; y < v; ++y)
+                    for (int x = 0; x < h; ++x)
+                        if ((status = block((int)i, scan.components[i], (my * v + y) * c.paddedAcross + mx * h + x)) < 0)
                             return status;
             }
         }
     return status;
+}
+
+inline Record<DecodeHuffmanSpec> DecodeTable(const HuffmanLists& lists)
+{
+    Record<DecodeHuffmanSpec> table(vekiDecodeHuffmanSpecGetBufSize_JPEG_8u);
+    vekiDecodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, table.get());
+    return table;
+}
+
+inline Record<EncodeHuffmanSpec> EncodeTable(const HuffmanLists& lists)
+{
+    Record<EncodeHuffmanSpec> table(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
+    vekiEncodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, table.get());
+    return table;
+}
+
+// The decoder for each kind of scan, with what it keeps between blocks.
+struct BlockDecoder {
+    VekStatus Decode(const ScanKind& s, const uint8_t* data, Vek32s length, Vek16s* block, Vek16s* lastDc, const DecodeHuffmanSpec* dc,
+                     const DecodeHuffmanSpec* ac)
+    {
+        if (!s.progressive)
+            return vekiDecodeHuffman8x8_JPEG_1u16s_C1(data, length, &position, block, lastDc, &marker, dc, ac, state.get());
+        if (s.ss == 0)
+            return s.ah == 0 ? vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(data, length, &position, block, lastDc, &marker, s.al, dc, state.get())
+                             : vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(data, length, &position, block, &marker, s.al, state.get());
+        const auto decode = s.ah == 0 ? vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1 : vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1;
+        return decode(data, length, &position, block, &marker, s.ss, s.se, s.al, ac, state.get());
+    }
+
+    Record<DecodeHuffmanState> state{vekiDecodeHuffmanStateGetBufSize_JPEG_8u};
+    Vek32s position = 0, marker = 0;
+};
+
+// The encoder for each kind of scan; null tables and blocks will do for a flush of bits alone.
+struct BlockEncoder {
+    VekStatus Encode(const ScanKind& s, uint8_t* data, Vek32s length, const Vek16s* block, Vek16s* lastDc, const EncodeHuffmanSpec* dc,
+                     const EncodeHuffmanSpec* ac, Vek32s flush)
+    {
+        if (!s.progressive)
+            return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, data, length, &position, lastDc, dc, ac, state.get(), flush);
+        if (s.ss == 0)
+            return s.ah == 0 ? vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, data, length, &position, lastDc, s.al, dc, state.get(), flush)
+                             : vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, data, length, &position, s.al, state.get(), flush);
+        const auto encode = s.ah == 0 ? vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1 : vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1;
+        return encode(block, data, length, &position, s.ss, s.se, s.al, ac, state.get(), flush);
+    }
+
+    Record<EncodeHuffmanState> state{vekiEncodeHuffmanStateGetBufSize_JPEG_8u};
+    Vek32s position = 0;
+};
+
+// The counter for each kind of progressive scan that has symbols.
+inline VekStatus CountSymbols(const ScanKind& s, const Vek16s* block, Vek16s* lastDc, Vek32s* counters, EncodeHuffmanState* state, Vek32s flush)
+{
+    if (s.ss == 0)
+        return flush ? (VekStatus)StatusOk : vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, counters, lastDc, s.al);
+    const auto count = s.ah == 0 ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1 : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1;
+    return count(block, counters, s.ss, s.se, s.al, state, flush);
 }
 
 // Bytes of a scan through the library's decoders, into the coefficients.
@@ -195,63 +250,36 @@ public:
     ScanDecoder(const JpegFile& file, const JpegScan& scan) : file_(file), scan_(scan)
     {
         for (int i = 0; i < 4; ++i) {
-            dc_.emplace_back(vekiDecodeHuffmanSpecGetBufSize_JPEG_8u);
-            ac_.emplace_back(vekiDecodeHuffmanSpecGetBufSize_JPEG_8u);
-            vekiDecodeHuffmanSpecInit_JPEG_8u(scan.dc[i].bits, scan.dc[i].vals, dc_[i].get());
-            vekiDecodeHuffmanSpecInit_JPEG_8u(scan.ac[i].bits, scan.ac[i].vals, ac_[i].get());
+            dc_.push_back(DecodeTable(scan.dc[i]));
+            ac_.push_back(DecodeTable(scan.ac[i]));
         }
     }
 
     VekStatus Decode(const uint8_t* data, Vek32s length, Coefficients& coefficients)
     {
-        Start();
-        position_ = 0;
+        BlockDecoder coder;
+        Vek16s lastDc[4] = {};
         return WalkScan(file_, scan_, [&](int i, int component, int index) {
-            return DecodeBlock(data, length, i, &coefficients[(size_t)component][(size_t)index * 64], lastDc_[component]);
+            Vek16s* const block = &coefficients[(size_t)component][(size_t)index * 64];
+            return coder.Decode(scan_, data, length, block, &lastDc[component], dc_[scan_.dcTable[i]].get(), ac_[scan_.acTable[i]].get());
         }, [&] {
             // The marker may still lie ahead when no bit behind the interval was asked for.
-            while (marker_ == 0 && position_ + 1 < length)
-                if (data[position_++] == 0xff && data[position_] != 0 && data[position_] != 0xff)
-                    marker_ = data[position_++];
-            if ((marker_ & 0xf8) != 0xd0)
+            while (coder.marker == 0 && coder.position + 1 < length)
+                if (data[coder.position++] == 0xff && data[coder.position] != 0 && data[coder.position] != 0xff)
+                    coder.marker = data[coder.position++];
+            if ((coder.marker & 0xf8) != 0xd0)
                 return (VekStatus)StatusBitstreamEnd;
-            Start();
-            return (VekStatus)StatusOk;
+            coder.marker = 0;
+            std::fill(lastDc, lastDc + 4, (Vek16s)0);
+            return vekiDecodeHuffmanStateInit_JPEG_8u(coder.state.get());
         });
     }
 
 private:
-    void Start()
-    {
-        marker_ = 0;
-        vekiDecodeHuffmanStateInit_JPEG_8u(state_.get());
-        for (Vek16s& dc : lastDc_)
-            dc = 0;
-    }
-
-    VekStatus DecodeBlock(const uint8_t* data, Vek32s length, int i, Vek16s* block, Vek16s& lastDc);
-
     const JpegFile& file_;
     const JpegScan& scan_;
     std::vector<Record<DecodeHuffmanSpec>> dc_, ac_;
-    Record<DecodeHuffmanState> state_{vekiDecodeHuffmanStateGetBufSize_JPEG_8u};
-    Vek16s lastDc_[4];
-    Vek32s position_, marker_;
 };
-
-inline VekStatus ScanDecoder::DecodeBlock(const uint8_t* data, Vek32s length, int i, Vek16s* block, Vek16s& lastDc)
-{
-    const JpegScan& s = scan_;
-    const DecodeHuffmanSpec* const dc = dc_[s.dcTable[i]].get();
-    const DecodeHuffmanSpec* const ac = ac_[s.acTable[i]].get();
-    if (!file_.progressive)
-        return vekiDecodeHuffman8x8_JPEG_1u16s_C1(data, length, &position_, block, &lastDc, &marker_, dc, ac, state_.get());
-    if (s.ss == 0)
-        return s.ah == 0 ? vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(data, length, &position_, block, &lastDc, &marker_, s.al, dc, state_.get())
-                         : vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(data, length, &position_, block, &marker_, s.al, state_.get());
-    const auto decode = s.ah == 0 ? vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1 : vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1;
-    return decode(data, length, &position_, block, &marker_, s.ss, s.se, s.al, ac, state_.get());
-}
 
 // Coefficients through the library's encoders, into the bytes of a scan.
 class ScanEncoder {
@@ -259,86 +287,61 @@ public:
     ScanEncoder(const JpegFile& file, const JpegScan& scan) : file_(file), scan_(scan)
     {
         for (int i = 0; i < 4; ++i) {
-            dc_.emplace_back(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
-            ac_.emplace_back(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
-            vekiEncodeHuffmanSpecInit_JPEG_8u(scan.dc[i].bits, scan.dc[i].vals, dc_[i].get());
-            vekiEncodeHuffmanSpecInit_JPEG_8u(scan.ac[i].bits, scan.ac[i].vals, ac_[i].get());
+            dc_.push_back(EncodeTable(scan.dc[i]));
+            ac_.push_back(EncodeTable(scan.ac[i]));
         }
-        vekiEncodeHuffmanStateInit_JPEG_8u(state_.get());
     }
 
     // `data` is cut to what was written.
     VekStatus Encode(const Coefficients& coefficients, Bytes& data)
     {
-        position_ = 0;
+        BlockEncoder coder;
+        Vek16s lastDc[4] = {};
         int restarts = 0;
-        for (Vek16s& dc : lastDc_)
-            dc = 0;
+        const auto encode = [&](int i, const Vek16s* block, Vek16s* last, Vek32s flush) {
+            return coder.Encode(scan_, data.data(), (Vek32s)data.size(), block, last, dc_[scan_.dcTable[i]].get(), ac_[scan_.acTable[i]].get(), flush);
+        };
         VekStatus status = WalkScan(file_, scan_, [&](int i, int component, int index) {
-            return EncodeBlock(data, i, &coefficients[(size_t)component][(size_t)index * 64], &lastDc_[component], 0);
+            return encode(i, &coefficients[(size_t)component][(size_t)index * 64], &lastDc[component], 0);
         }, [&] {
-            const VekStatus flushed = EncodeBlock(data, 0, nullptr, nullptr, 1);
-            if (flushed < 0 || data.size() - (size_t)position_ < 2)
+            const VekStatus flushed = encode(0, nullptr, nullptr, 1);
+            if (flushed < 0 || data.size() - (size_t)coder.position < 2)
                 return flushed < 0 ? flushed : (VekStatus)StatusBitstreamExhausted;
-            data[(size_t)position_++] = 0xff;
-            data[(size_t)position_++] = (uint8_t)(0xd0 + restarts++ % 8);
-            for (Vek16s& dc : lastDc_)
-                dc = 0;
+            data[(size_t)coder.position++] = 0xff;
+            data[(size_t)coder.position++] = (uint8_t)(0xd0 + restarts++ % 8);
+            std::fill(lastDc, lastDc + 4, (Vek16s)0);
             return flushed;
         });
         if (status >= 0)
-            status = EncodeBlock(data, 0, nullptr, nullptr, 1);
-        data.resize((size_t)position_);
+            status = encode(0, nullptr, nullptr, 1);
+        data.resize((size_t)coder.position);
         return status;
     }
 
-private:
-    VekStatus EncodeBlock(Bytes& data, int i, const Vek16s* block, Vek16s* lastDc, Vek32s flush);
+    // The lists that a table made for a progressive scan has.
+    HuffmanLists OptimisedLists(const Coefficients& coefficients) const
+    {
+        std::vector<Vek32s> counters(257);
+        Record<EncodeHuffmanState> state(vekiEncodeHuffmanStateGetBufSize_JPEG_8u);
+        Vek16s lastDc[4] = {};
+        const auto flush = [&] {
+            std::fill(lastDc, lastDc + 4, (Vek16s)0);
+            return CountSymbols(scan_, nullptr, nullptr, counters.data(), state.get(), 1);
+        };
+        WalkScan(file_, scan_, [&](int, int component, int index) {
+            return CountSymbols(scan_, &coefficients[(size_t)component][(size_t)index * 64], &lastDc[component], counters.data(), state.get(), 0);
+        }, flush);
+        flush();
+        HuffmanLists lists;
+        vekiEncodeHuffmanRawTableInit_JPEG_8u(counters.data(), lists.bits, lists.vals);
+        return lists;
+    }
 
+private:
     const JpegFile& file_;
     const JpegScan& scan_;
     std::vector<Record<EncodeHuffmanSpec>> dc_, ac_;
-    Record<EncodeHuffmanState> state_{vekiEncodeHuffmanStateGetBufSize_JPEG_8u};
-    Vek16s lastDc_[4];
-    Vek32s position_;
 };
-
-inline VekStatus ScanEncoder::EncodeBlock(Bytes& data, int i, const Vek16s* block, Vek16s* lastDc, Vek32s flush)
-{
-    const JpegScan& s = scan_;
-    const EncodeHuffmanSpec* const dc = dc_[s.dcTable[i]].get();
-    const EncodeHuffmanSpec* const ac = ac_[s.acTable[i]].get();
-    const Vek32s length = (Vek32s)data.size();
-    if (!file_.progressive)
-        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, data.data(), length, &position_, lastDc, dc, ac, state_.get(), flush);
-    if (s.ss == 0)
-        return s.ah == 0 ? vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, data.data(), length, &position_, lastDc, s.al, dc, state_.get(), flush)
-                         : vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, data.data(), length, &position_, s.al, state_.get(), flush);
-    const auto encode = s.ah == 0 ? vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1 : vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1;
-    return encode(block, data.data(), length, &position_, s.ss, s.se, s.al, ac, state_.get(), flush);
-}
-
-// The lists that an optimised table for a progressive scan has.
-inline HuffmanLists OptimisedLists(const JpegFile& file, const JpegScan& s, const Coefficients& coefficients)
-{
-    std::vector<Vek32s> counters(257);
-    Record<EncodeHuffmanState> state(vekiEncodeHuffmanStateGetBufSize_JPEG_8u);
-    Vek16s lastDc[4] = {};
-    const auto countAc = s.ah == 0 ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1 : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1;
-    WalkScan(file, s, [&](int, int component, int index) {
-        const Vek16s* const block = &coefficients[(size_t)component][(size_t)index * 64];
-        return s.ss == 0 ? vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, counters.data(), &lastDc[component], s.al)
-                         : countAc(block, counters.data(), s.ss, s.se, s.al, state.get(), 0);
-    }, [&] {
-        for (Vek16s& dc : lastDc)
-            dc = 0;
-        return s.ss == 0 ? (VekStatus)StatusOk : countAc(nullptr, counters.data(), 0, 0, 0, state.get(), 1);
-    });
-    countAc(nullptr, counters.data(), 0, 0, 0, state.get(), 1);
-    HuffmanLists lists;
-    vekiEncodeHuffmanRawTableInit_JPEG_8u(counters.data(), lists.bits, lists.vals);
-    return lists;
-}
 
 }  // namespace uvek::test
 

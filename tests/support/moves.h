@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include "support/random.h"
+#include "support/pixels.h"
 
 namespace uvek::test {
 
 using Moves = std::vector<std::pair<int, int>>;  // source channel, destination channel
+
+const Moves kOne = {{0, 0}}, kThree = {{0, 0}, {1, 1}, {2, 2}}, kFour = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
 
 // Aligned, padded and turned otherwise than a source of the shape. Packed stays packed.
 inline Shape OtherThan(Shape shape)
@@ -27,10 +29,10 @@ void ExpectMovesOn(const Shape& shape, const Shape& dstShape, std::mt19937& rand
     const auto src = Noise<S, from>(shape, random);
     auto dst = Noise<D, to>(dstShape, random);
     auto expected = dst;
-    for (Vek32s y = 0; y < shape.height; ++y)
-        for (Vek32s x = 0; x < shape.width; ++x)
-            for (const auto& [s, d] : moves)
-                expected.set(x, y, d, (D)src.at(x, y, s));
+    ForEachPixel(shape.width, shape.height, [&](Vek32s x, Vek32s y) {
+        for (const auto& [s, d] : moves)
+            expected.set(x, y, d, (D)src.at(x, y, s));
+    });
     const int s = moves.size() == 1 ? moves[0].first : 0, d = moves.size() == 1 ? moves[0].second : 0;
     ASSERT_EQ(StatusOk, call(src.data() + s, src.step(), dst.data() + d, dst.step(), src.size()));
     ASSERT_TRUE(expected == dst) << dst << " seed " << Seed();

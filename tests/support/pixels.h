@@ -1,4 +1,4 @@
-// What the tests of colour conversion share: one form of three samples, and planes in guarded memory.
+// What the tests of images and colours share: walks over pixels, one form of three samples, planes in guarded memory.
 #ifndef UVEK_TESTS_SUPPORT_PIXELS_H
 #define UVEK_TESTS_SUPPORT_PIXELS_H
 
@@ -33,6 +33,16 @@ void ForEachPixel(Vek32s width, Vek32s height, Visit&& visit)
     for (Vek32s y = 0; y < height; ++y)
         for (Vek32s x = 0; x < width; ++x)
             visit(x, y);
+}
+
+// Every sample becomes value(x, y, channel).
+template <typename T, int channels, typename Value>
+void SetEach(GuardedImage<T, channels>& image, Value&& value)
+{
+    ForEachPixel(image.width(), image.height(), [&](Vek32s x, Vek32s y) {
+        for (int c = 0; c < channels; ++c)
+            image.set(x, y, c, (T)value(x, y, c));
+    });
 }
 
 // Up to four planes; the chroma planes may have a shape of their own.
