@@ -341,7 +341,7 @@ TEST_P(ResizeTest, CentreFallsOnTheMiddleOfTheDestination)
         // Away from the ends, where lengths are rounded, the nearest pixel is plain.
         const auto clear = [](double s, double step, int end) {
             const auto inside = [&](double v) { return v > 0.01 && v < end - 0.01 && std::fabs(v - std::round(v)) > 1e-6; };
-            return inside(s - step) && inside(s + 2 * step + 1);
+            return inside(s - step) && inside(s) && inside(s + 2 * step + 1);
         };
         for (int y = 0; y < c.destination.height; ++y)
             for (int x = 0; x < c.destination.width; ++x) {
