@@ -1,6 +1,5 @@
 #include <cfenv>
 #include <cmath>
-#include <functional>
 #include <vector>
 
 #include "support/allocator.h"
@@ -19,18 +18,16 @@ struct Kernel {
     VekPoint anchor;
     std::vector<K> values;
 
-    Border border() const
-    {
-        return {size.width - 1 - anchor.x, size.height - 1 - anchor.y, anchor.x, anchor.y};
-    }
+    Border border() const { return {size.width - 1 - anchor.x, size.height - 1 - anchor.y, anchor.x, anchor.y}; }
+    K at(Vek32s n, Vek32s m) const { return values[(size_t)(m * size.width + n)]; }
 };
 
-template <typename K>
-Kernel<K> RandomKernel(VekImageSize size, VekPoint anchor, const std::function<K()>& next)
+template <typename K, typename Next>
+Kernel<K> RandomKernel(VekImageSize size, VekPoint anchor, Next next)
 {
-    Kernel<K> kernel{size, anchor, {}};
-    for (Vek32s i = 0; i < size.width * size.height; ++i)
-        kernel.values.push_back(next());
+    Kernel<K> kernel{size, anchor, std::vector<K>((size_t)(size.width * size.height))};
+    for (K& value : kernel.values)
+        value = next();
     return kernel;
 }
 
@@ -42,18 +39,14 @@ Vek8u Divided(Vek32s sum, Vek32s divisor)
     return (Vek8u)std::fmin(std::fmax(std::nearbyint(quotient), 0), 255);
 }
 
-template <int channels>
-VekStatus Filter(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size, const Vek32s* kernel, VekImageSize kernelSize,
-                 VekPoint anchor, Vek32s divisor)
+// The integer kernel with its divisor, or the float kernel, of one channel or three.
+template <int channels, typename K, typename... Divisor>
+VekStatus Filter(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size, const Kernel<K>& k, Divisor... divisor)
 {
-    return (channels == 1 ? vekiFilter_8u_C1R : vekiFilter_8u_C3R)(src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, divisor);
-}
-
-template <int channels>
-VekStatus Filter(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size, const Vek32f* kernel, VekImageSize kernelSize,
-                 VekPoint anchor)
-{
-    return (channels == 1 ? vekiFilter32f_8u_C1R : vekiFilter32f_8u_C3R)(src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor);
+    if constexpr (std::is_same_v<K, Vek32s>)
+        return (channels == 1 ? vekiFilter_8u_C1R : vekiFilter_8u_C3R)(src, srcStep, dst, dstStep, size, k.values.data(), k.size, k.anchor, divisor...);
+    else
+        return (channels == 1 ? vekiFilter32f_8u_C1R : vekiFilter32f_8u_C3R)(src, srcStep, dst, dstStep, size, k.values.data(), k.size, k.anchor);
 }
 
 template <int channels>
@@ -61,14 +54,12 @@ void CheckInteger(const Kernel<Vek32s>& k, Vek32s divisor)
 {
     CheckWindow<Vek8u, Vek8u, channels>(
         k.border(),
-        [&](auto& src, auto& dst) {
-            return Filter<channels>(src.data(), src.step(), dst.data(), dst.step(), dst.size(), k.values.data(), k.size, k.anchor, divisor);
-        },
+        [&](auto& src, auto& dst) { return Filter<channels>(src.data(), src.step(), dst.data(), dst.step(), dst.size(), k, divisor); },
         [&](auto& src, Vek32s x, Vek32s y, int c) {
             uint32_t sum = 0;
             for (Vek32s m = 0; m < k.size.height; ++m)
                 for (Vek32s n = 0; n < k.size.width; ++n)
-                    sum += (uint32_t)k.values[(size_t)(m * k.size.width + n)] * src.at(x + k.anchor.x - n, y + k.anchor.y - m, c);
+                    sum += (uint32_t)k.at(n, m) * src.at(x + k.anchor.x - n, y + k.anchor.y - m, c);
             return Divided((Vek32s)sum, divisor);
         });
 }
@@ -95,33 +86,30 @@ TEST_P(LinearFilterTest, IntegerKernelsOfEveryMagnitudeAndDivisor)
     CheckInteger<1>({{3, 3}, {1, 1}, {0, 0, 0, 0, 0, 0, 0, 0, 0}}, 5);
 }
 
-// One pixel through a 1x1 kernel, in a block and in a narrow image.
-Vek8u Scaled(Vek32s sample, Vek32s coefficient, Vek32s divisor)
+// One sample through a 1x1 kernel, in a block and in a narrow image.
+template <typename K, typename... Divisor>
+void ExpectScaled(int want, int sample, K coefficient, Divisor... divisor)
 {
-    Vek8u narrow = 0, wide[20] = {}, src[20];
-    std::memset(src, sample, sizeof src);
-    EXPECT_EQ(StatusOk, vekiFilter_8u_C1R(src, 1, &narrow, 1, {1, 1}, &coefficient, {1, 1}, {0, 0}, divisor));
-    EXPECT_EQ(StatusOk, vekiFilter_8u_C1R(src, 20, wide, 20, {20, 1}, &coefficient, {1, 1}, {0, 0}, divisor));
-    EXPECT_EQ(narrow, wide[0]);
-    EXPECT_EQ(narrow, wide[19]);
-    return narrow;
+    const Kernel<K> kernel{{1, 1}, {0, 0}, {coefficient}};
+    const std::vector<Vek8u> src(20, (Vek8u)sample);
+    std::vector<Vek8u> wide(20, 9), narrow(1, 9);
+    EXPECT_EQ(StatusOk, Filter<1>(src.data(), 20, wide.data(), 20, {20, 1}, kernel, divisor...));
+    EXPECT_EQ(StatusOk, Filter<1>(src.data(), 1, narrow.data(), 1, {1, 1}, kernel, divisor...));
+    EXPECT_EQ(std::vector<Vek8u>(20, (Vek8u)want), wide) << sample << " times " << coefficient;
+    EXPECT_EQ(want, narrow[0]) << sample << " times " << coefficient;
 }
 
-TEST_P(LinearFilterTest, QuotientsRoundTiesToEvenAndClamp)
+TEST_P(LinearFilterTest, ResultsRoundTiesToEvenAndClamp)
 {
-    EXPECT_EQ(77, Scaled(77, 1, 1));
-    EXPECT_EQ(2, Scaled(5, 1, 2));
-    EXPECT_EQ(4, Scaled(7, 1, 2));
-    EXPECT_EQ(1, Scaled(4, 1, 3));
-    EXPECT_EQ(2, Scaled(15, 1, 6));
-    EXPECT_EQ(4, Scaled(21, 1, 6));
-    EXPECT_EQ(50, Scaled(50, -1, -1));
-    EXPECT_EQ(0, Scaled(50, 1, -1));
-    EXPECT_EQ(0, Scaled(50, -1, 4));
-    EXPECT_EQ(255, Scaled(200, 2, 1));
-    EXPECT_EQ(255, Scaled(255, 32766, 8));
-    EXPECT_EQ(0, Scaled(1, 1 << 29, 1 << 30));
-    EXPECT_EQ(2, Scaled(3, 1 << 29, 1 << 30));
+    const struct { int want, sample, coefficient, divisor; } quotients[] = {
+        {77, 77, 1, 1}, {2, 5, 1, 2}, {4, 7, 1, 2}, {1, 4, 1, 3}, {2, 15, 1, 6}, {4, 21, 1, 6}, {50, 50, -1, -1}, {0, 50, 1, -1}, {0, 50, -1, 4},
+        {255, 200, 2, 1}, {255, 255, 32766, 8}, {0, 1, 1 << 29, 1 << 30}, {2, 3, 1 << 29, 1 << 30}};
+    for (const auto& q : quotients)
+        ExpectScaled(q.want, q.sample, q.coefficient, q.divisor);
+    const struct { int want; Vek32f value; } floats[] = {
+        {0, 0.5f}, {1, 0.50000006f}, {2, 1.5f}, {2, 2.5f}, {254, 254.49998f}, {254, 254.5f}, {255, 1e30f}, {0, -1e30f}, {0, NAN}, {255, INFINITY}};
+    for (const auto& f : floats)
+        ExpectScaled(f.want, 1, f.value);
 }
 
 TEST_P(LinearFilterTest, QuotientsDoNotFollowTheCallersRoundingMode)
@@ -144,29 +132,28 @@ TEST_P(LinearFilterTest, FloatKernelsAddInTheOrderOfTheTier)
 {
     std::mt19937 random(Seed());
     const auto next = [&]() -> Vek32f { return std::uniform_real_distribution<Vek32f>(-0.2f, 0.35f)(random); };
-    const auto check = [&](auto channelCount, const Kernel<Vek32f>& k) {
+    const auto check = [&](auto channelCount, VekImageSize size, VekPoint anchor) {
         constexpr int channels = decltype(channelCount)::value;
+        const auto k = RandomKernel<Vek32f>(size, anchor, next);
         CheckWindow<Vek8u, Vek8u, channels>(
             k.border(),
-            [&](auto& src, auto& dst) {
-                return Filter<channels>(src.data(), src.step(), dst.data(), dst.step(), dst.size(), k.values.data(), k.size, k.anchor);
-            },
+            [&](auto& src, auto& dst) { return Filter<channels>(src.data(), src.step(), dst.data(), dst.step(), dst.size(), k); },
             [&](auto& src, Vek32s x, Vek32s y, int c) {
-                const bool byRow = GetParam() > 0 && channels == 1 && k.size.width >= 3 && src.size().width >= 16;
+                const bool byRow = GetParam() > 0 && channels == 1 && size.width >= 3 && src.size().width >= 16;
                 Vek32f sum = 0, row = 0;
-                for (Vek32s m = k.size.height - 1; m >= 0; --m, sum = byRow ? sum + row : sum, row = 0)
-                    for (Vek32s n = k.size.width - 1; n >= 0; --n)
-                        (byRow ? row : sum) += k.values[(size_t)(m * k.size.width + n)] * src.at(x + k.anchor.x - n, y + k.anchor.y - m, c);
+                for (Vek32s m = size.height - 1; m >= 0; --m, sum = byRow ? sum + row : sum, row = 0)
+                    for (Vek32s n = size.width - 1; n >= 0; --n)
+                        (byRow ? row : sum) += k.at(n, m) * src.at(x + anchor.x - n, y + anchor.y - m, c);
                 return (Vek8u)std::fmin(std::fmax(std::nearbyintf(sum), 0.0f), 255.0f);
             });
     };
     const std::integral_constant<int, 1> c1;
     const std::integral_constant<int, 3> c3;
-    check(c1, RandomKernel<Vek32f>({3, 3}, {1, 1}, next));
-    check(c1, RandomKernel<Vek32f>({5, 4}, {0, 3}, next));
-    check(c1, RandomKernel<Vek32f>({2, 5}, {1, 2}, next));
-    check(c3, RandomKernel<Vek32f>({3, 3}, {2, 0}, next));
-    check(c3, RandomKernel<Vek32f>({1, 2}, {0, 1}, next));
+    check(c1, {3, 3}, {1, 1});
+    check(c1, {5, 4}, {0, 3});
+    check(c1, {2, 5}, {1, 2});
+    check(c3, {3, 3}, {2, 0});
+    check(c3, {1, 2}, {0, 1});
 }
 
 TEST_P(LinearFilterTest, FloatOrderShowsInTheResult)
@@ -181,29 +168,6 @@ TEST_P(LinearFilterTest, FloatOrderShowsInTheResult)
     const ScopedAllocator failing(0);
     ASSERT_EQ(StatusOk, run());
     EXPECT_EQ(0, dst[15]);
-}
-
-TEST_P(LinearFilterTest, FloatResultsRoundTiesToEven)
-{
-    const auto one = [](Vek32f value) {
-        Vek8u dst[16] = {9};
-        const Vek8u src[16] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-        EXPECT_EQ(StatusOk, vekiFilter32f_8u_C1R(src, 16, dst, 16, {16, 1}, &value, {1, 1}, {0, 0}));
-        Vek8u narrow = 9;
-        EXPECT_EQ(StatusOk, vekiFilter32f_8u_C1R(src, 1, &narrow, 1, {1, 1}, &value, {1, 1}, {0, 0}));
-        EXPECT_EQ(narrow, dst[7]);
-        return narrow;
-    };
-    EXPECT_EQ(0, one(0.5f));
-    EXPECT_EQ(1, one(0.50000006f));
-    EXPECT_EQ(2, one(1.5f));
-    EXPECT_EQ(2, one(2.5f));
-    EXPECT_EQ(254, one(254.49998f));
-    EXPECT_EQ(254, one(254.5f));
-    EXPECT_EQ(255, one(1e30f));
-    EXPECT_EQ(0, one(-1e30f));
-    EXPECT_EQ(0, one(NAN));
-    EXPECT_EQ(255, one(INFINITY));
 }
 
 TEST_P(LinearFilterTest, AnchorsOutsideTheKernelMoveTheReadArea)
@@ -223,16 +187,13 @@ TEST_P(LinearFilterTest, AnchorsOutsideTheKernelMoveTheReadArea)
 
 TEST_P(LinearFilterTest, WithoutScratchTheScalarLoopGivesTheSameBytes)
 {
-    const Vek32s kernel[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const Kernel<Vek32s> kernel = {{3, 3}, {2, 2}, {1, 2, 3, 4, 5, 6, 7, 8, 9}};
     std::mt19937 random(Seed());
-    const GuardedImage<Vek8u> src = Noise<Vek8u>(Shape{40, 12}, random);
+    const auto src = Noise<Vek8u>(Shape{40, 12}, random);
     GuardedImage<Vek8u> dst(38, 10), want(38, 10);
-    const auto run = [&](GuardedImage<Vek8u>& to) {
-        return vekiFilter_8u_C1R(src.data(), src.step(), to.data(), to.step(), to.size(), kernel, {3, 3}, {2, 2}, 45);
-    };
-    ASSERT_EQ(StatusOk, run(want));
+    ASSERT_EQ(StatusOk, Filter<1>(src.data(), src.step(), want.data(), want.step(), want.size(), kernel, 45));
     const ScopedAllocator failing(0);
-    ASSERT_EQ(StatusOk, run(dst));
+    ASSERT_EQ(StatusOk, Filter<1>(src.data(), src.step(), dst.data(), dst.step(), dst.size(), kernel, 45));
     EXPECT_EQ(want, dst);
     EXPECT_EQ(0, failing.live());
 }
@@ -241,25 +202,30 @@ TEST_P(LinearFilterTest, BadCallsGiveTheirStatusInOrder)
 {
     const Vek8u src[400] = {};
     Vek8u dst[100] = {7};
-    const Vek32s k[9] = {};
-    const Vek32f f[9] = {};
-    const VekImageSize size = {4, 2}, kernel = {3, 3}, none = {0, 2};
-    EXPECT_EQ(StatusNullPointer, vekiFilter_8u_C1R(nullptr, 6, dst, 4, none, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusNullPointer, vekiFilter_8u_C1R(src, 6, nullptr, 4, none, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusNullPointer, vekiFilter_8u_C3R(src, 18, dst, 12, size, nullptr, none, {1, 1}, 0));
-    EXPECT_EQ(StatusBadSize, vekiFilter_8u_C1R(src, 6, dst, 4, none, k, kernel, {1, 1}, 0));
-    EXPECT_EQ(StatusBadSize, vekiFilter_8u_C3R(src, 6, dst, 4, size, k, {3, -1}, {1, 1}, 0));
-    EXPECT_EQ(StatusBadDivisor, vekiFilter_8u_C1R(src, 0, dst, 4, size, k, kernel, {1, 1}, 0));
-    EXPECT_EQ(StatusBadDivisor, vekiFilter_8u_C3R(src, 18, dst, 0, size, k, kernel, {1, 1}, 0));
-    EXPECT_EQ(StatusBadStep, vekiFilter_8u_C1R(src, 5, dst, 4, size, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusBadStep, vekiFilter_8u_C1R(src, 6, dst, 3, size, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusBadStep, vekiFilter_8u_C3R(src, 17, dst, 12, size, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusBadStep, vekiFilter_8u_C3R(src, 18, dst, 11, size, k, kernel, {1, 1}, 1));
-    EXPECT_EQ(StatusNullPointer, vekiFilter32f_8u_C1R(nullptr, 6, dst, 4, none, f, kernel, {1, 1}));
-    EXPECT_EQ(StatusNullPointer, vekiFilter32f_8u_C3R(src, 18, dst, 12, size, nullptr, none, {1, 1}));
-    EXPECT_EQ(StatusBadSize, vekiFilter32f_8u_C1R(src, 0, dst, 4, size, f, {0, 1}, {1, 1}));
-    EXPECT_EQ(StatusBadStep, vekiFilter32f_8u_C1R(src, 5, dst, 4, size, f, kernel, {1, 1}));
-    EXPECT_EQ(StatusBadStep, vekiFilter32f_8u_C3R(src, 18, dst, 11, size, f, kernel, {1, 1}));
+    const VekImageSize size = {4, 2}, none = {0, 2};
+    const auto check = [&](auto channelCount, auto zero, auto... divisor) {
+        constexpr int channels = decltype(channelCount)::value;
+        using K = decltype(zero);
+        const Kernel<K> kernel = {{3, 3}, {1, 1}, std::vector<K>(9)}, flat = {{3, -1}, {1, 1}, std::vector<K>(9)}, null = {{0, 2}, {1, 1}, {}};
+        const Vek32s srcStep = 6 * channels, dstStep = 4 * channels;
+        const auto call = [&](const Vek8u* from, Vek32s fromStep, Vek8u* to, Vek32s toStep, VekImageSize region, const Kernel<K>& k, auto... by) {
+            return Filter<channels>(from, fromStep, to, toStep, region, k, by...);
+        };
+        EXPECT_EQ(StatusNullPointer, call(nullptr, srcStep, dst, dstStep, none, kernel, divisor...));
+        EXPECT_EQ(StatusNullPointer, call(src, srcStep, nullptr, dstStep, none, kernel, divisor...));
+        EXPECT_EQ(StatusNullPointer, call(src, srcStep, dst, dstStep, size, null, (divisor - 1)...));
+        EXPECT_EQ(StatusBadSize, call(src, 0, dst, dstStep, none, kernel, (divisor - 1)...));
+        EXPECT_EQ(StatusBadSize, call(src, srcStep, dst, 0, size, flat, (divisor - 1)...));
+        EXPECT_EQ(StatusBadStep, call(src, srcStep - 1, dst, dstStep, size, kernel, divisor...));
+        EXPECT_EQ(StatusBadStep, call(src, srcStep, dst, dstStep - 1, size, kernel, divisor...));
+        if constexpr (sizeof...(divisor) == 1) {
+            EXPECT_EQ(StatusBadDivisor, call(src, 0, dst, dstStep, size, kernel, (divisor - 1)...));
+        }
+    };
+    check(std::integral_constant<int, 1>(), Vek32s(0), 1);
+    check(std::integral_constant<int, 3>(), Vek32s(0), 1);
+    check(std::integral_constant<int, 1>(), Vek32f(0));
+    check(std::integral_constant<int, 3>(), Vek32f(0));
     EXPECT_EQ(7, dst[0]);
 }
 

@@ -63,9 +63,8 @@ int Check(VekImageSize size1, VekImageSize size2, std::mt19937& random, int stri
                 return -1;
             }
         }
-    // The rows' padding and the guards keep their pattern.
-    Image same = dst;
-    EXPECT_EQ(same, dst);
+    const Image same = dst;
+    EXPECT_EQ(same, dst);  // the rows' padding and the guards keep their pattern
     return allocator.requests();
 }
 
@@ -132,20 +131,20 @@ TEST_P(ConvolutionTest, FailedAllocationsLeaveNothingBehind)
 TEST_P(ConvolutionTest, BadCallsGiveTheirStatus)
 {
     float a[4] = {2, 3, 4, 5}, d[4] = {9, 9, 9, 9};
-    const VekImageSize one = {1, 1}, none = {0, 1}, flat = {1, 0};
-    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(nullptr, 0, none, a, 4, one, d, 4));
-    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(a, 4, one, nullptr, 4, none, d, 4));
-    EXPECT_EQ(StatusNullPointer, vekiConvFull_32f_C1R(a, 4, one, a, 4, one, nullptr, 0));
-    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 0, none, a, 4, one, d, 4));
-    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, flat, a, 4, one, d, 4));
-    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, one, a, 4, none, d, 0));
-    EXPECT_EQ(StatusBadSize, vekiConvFull_32f_C1R(a, 4, one, a, 4, flat, d, 4));
-    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 0, one, a, 4, one, d, 4));
-    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 4, one, a, -4, one, d, 4));
-    EXPECT_EQ(StatusBadStep, vekiConvFull_32f_C1R(a, 4, one, a, 4, one, d, 0));
+    struct Input { const float* data; VekImageSize size; Vek32s step; };
+    const Input good = {a, {1, 1}, 4}, null = {nullptr, {0, 1}, 4}, narrow = {a, {0, 1}, 0}, flat = {a, {1, 0}, 0}, folded = {a, {1, 1}, 0};
+    const auto call = [](const Input& x, const Input& y, float* dst, Vek32s step) {
+        return vekiConvFull_32f_C1R(x.data, x.step, x.size, y.data, y.step, y.size, dst, step);
+    };
+    for (const Input& bad : {null, narrow, flat, folded}) {
+        const VekStatus want = !bad.data ? StatusNullPointer : bad.size.width && bad.size.height ? StatusBadStep : StatusBadSize;
+        EXPECT_EQ(want, call(bad, good, d, 4));
+        EXPECT_EQ(want, call(good, bad, d, 4));
+    }
+    EXPECT_EQ(StatusNullPointer, call(narrow, good, nullptr, 4));
+    EXPECT_EQ(StatusBadSize, call(good, narrow, d, 0));
+    EXPECT_EQ(StatusBadStep, call(good, good, d, 0));
     EXPECT_EQ(9, d[0]);
-    EXPECT_EQ(StatusOk, vekiConvFull_32f_C1R(a, 4, one, a + 1, 4, one, d, 4));
-    EXPECT_EQ(6, d[0]);
 }
 
 UVEK_ON_ALL_TIERS(ConvolutionTest);

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "support/allocator.h"
+#include "support/bad_lengths.h"
 #include "support/guarded.h"
 #include "support/random.h"
 #include "support/tiers.h"
@@ -149,19 +150,13 @@ TEST_P(CorrelationTest, FailedAllocationsEndTheCallOrAreMadeGood)
 
 TEST_P(CorrelationTest, BadCallsGiveTheirStatus)
 {
+    ExpectBadLengths(veksCrossCorr_32f);
+    ExpectBadLengths(veksCrossCorr_64f);
     float a[2] = {1, 2}, d[2] = {9, 9};
-    EXPECT_EQ(StatusNullPointer, veksCrossCorr_32f(nullptr, 0, a, 2, d, 2, 0));
-    EXPECT_EQ(StatusNullPointer, veksCrossCorr_32f(a, 2, nullptr, 2, d, 0, 0));
-    EXPECT_EQ(StatusNullPointer, veksCrossCorr_32f(a, 2, a, 2, nullptr, 0, 0));
     EXPECT_EQ(StatusBadSize, veksCrossCorr_32f(a, 0, a, 2, d, 2, 0));
     EXPECT_EQ(StatusBadSize, veksCrossCorr_32f(a, 2, a, -1, d, 2, 0));
     EXPECT_EQ(StatusBadSize, veksCrossCorr_32f(a, 2, a, 2, d, 0, 0));
     EXPECT_EQ(9, d[0]);
-    double x[1] = {2}, y[1] = {9};
-    EXPECT_EQ(StatusNullPointer, veksCrossCorr_64f(nullptr, 0, x, 1, y, 1, 0));
-    EXPECT_EQ(StatusBadSize, veksCrossCorr_64f(x, 1, x, 0, y, 1, 0));
-    EXPECT_EQ(StatusOk, veksCrossCorr_64f(x, 1, x, 1, y, 1, 0));
-    EXPECT_EQ(4, y[0]);
 }
 
 UVEK_ON_ALL_TIERS(CorrelationTest);

@@ -17,11 +17,9 @@ class QrTest : public TierTest {};
 
 using Matrix = GuardedImage<Vek64f>;
 
-Matrix Rows(std::initializer_list<double> values, Vek32s padding = 0, int offset = 0)
+Matrix Rows(std::initializer_list<double> values)
 {
-    Shape shape{3, 3, padding};
-    shape.offset = offset;
-    Matrix m(shape);
+    Matrix m(3, 3);
     auto next = values.begin();
     m.Fill([&] { return *next++; });
     return m;
@@ -69,14 +67,11 @@ TEST_P(QrTest, IdentityReflectsItsFirstTwoPivots)
 {
     const Matrix identity = Rows({1, 0, 0, 0, 1, 0, 0, 0, 1});
     Matrix qr = identity;
-    double buffer[3];
+    double buffer[3], x[3];
     EXPECT_EQ(StatusOk, vekmQRDecomp_m_64f_3x3(qr.data(), 24, buffer, qr.data(), 24));  // in place
     EXPECT_EQ(qr, Rows({-1, 0, 0, 0, -1, 0, 0, 0, 1}));
-    double x[3];
     EXPECT_EQ(StatusOk, Solve(identity, {3, -4, 5}, x));
-    EXPECT_EQ(3, x[0]);
-    EXPECT_EQ(-4, x[1]);
-    EXPECT_EQ(5, x[2]);
+    EXPECT_TRUE(x[0] == 3 && x[1] == -4 && x[2] == 5);
 }
 
 TEST_P(QrTest, ZeroPivotTakesTheNegativeRoot)
@@ -117,13 +112,13 @@ TEST_P(QrTest, BadCallsGiveTheirStatusAndWriteNothing)
     double buffer[3] = {7, 7, 7}, b[3] = {1, 2, 3}, x[3] = {9, 9, 9};
     Matrix qr(3, 3);
     const Matrix untouched = qr;
-    EXPECT_EQ(StatusNullPointer, vekmQRDecomp_m_64f_3x3(nullptr, 0, buffer, qr.data(), 24));
-    EXPECT_EQ(StatusNullPointer, vekmQRDecomp_m_64f_3x3(a.data(), 24, nullptr, qr.data(), 28));
-    EXPECT_EQ(StatusNullPointer, vekmQRDecomp_m_64f_3x3(a.data(), 24, buffer, nullptr, 24));
-    EXPECT_EQ(StatusNullPointer, vekmQRBackSubst_mv_64f_3x3(nullptr, 0, buffer, b, x));
-    EXPECT_EQ(StatusNullPointer, vekmQRBackSubst_mv_64f_3x3(a.data(), 24, nullptr, b, x));
-    EXPECT_EQ(StatusNullPointer, vekmQRBackSubst_mv_64f_3x3(a.data(), 24, buffer, nullptr, x));
-    EXPECT_EQ(StatusNullPointer, vekmQRBackSubst_mv_64f_3x3(a.data(), 24, buffer, b, nullptr));
+    for (int null = 0; null < 4; ++null) {
+        const auto p = [&](int i, auto* pointer) { return i == null ? nullptr : pointer; };
+        if (null < 3) {
+            EXPECT_EQ(StatusNullPointer, vekmQRDecomp_m_64f_3x3(p(0, a.data()), 0, p(1, buffer), p(2, qr.data()), 28)) << null;
+        }
+        EXPECT_EQ(StatusNullPointer, vekmQRBackSubst_mv_64f_3x3(p(0, a.data()), 0, p(1, buffer), p(2, b), p(3, x))) << null;
+    }
     for (const Vek32s stride : {0, -24, 28, 4, 1}) {
         EXPECT_EQ(StatusBadMatrixStride, vekmQRDecomp_m_64f_3x3(a.data(), stride, buffer, qr.data(), 24));
         EXPECT_EQ(StatusBadMatrixStride, vekmQRDecomp_m_64f_3x3(a.data(), 24, buffer, qr.data(), stride));

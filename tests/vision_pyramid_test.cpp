@@ -177,22 +177,12 @@ TEST_P(VisionPyramidTest, DownSmoothsAndResamples)
         for (int i = 0; i < 4; ++i, ++turn)
             ExpectDown(src, rates[turn % 7], kernels[turn / 3 % 12], turn % 20);
     });
-}
-
-TEST_P(VisionPyramidTest, ImageNoLargerThanTheKernelRoundsEarlier)
-{
-    // Eleven taps of 744: 11 * 744 * 250 >> 8 = 7992 is a row sum, but 11 * (744 * 250 >> 8) = 7986.
-    const Kernel ones(11, 1);
-    const auto grey = [&](Vek32s width) {
-        GuardedImage<Vek8u> src(width, 13), dst((width + 1) / 2, 7);
+    // An image no larger than the kernel rounds earlier: 11 * 744 * 250 >> 8 is 7992, but 11 * (744 * 250 >> 8) is 7986.
+    for (const Vek32s width : {7, 11, 12, 13}) {
+        GuardedImage<Vek8u> src(width, 13);
         src.Fill([] { return 250; });
-        EXPECT_EQ(StatusOk, vekiPyramidLayerDown_8u_C1R(src.data(), src.step(), src.size(), dst.data(), dst.step(), dst.size(), LayerDown({width, 13}, 2, ones).get()));
-        return dst.at(2, 2);
-    };
-    EXPECT_EQ(250, grey(13));
-    EXPECT_EQ(250, grey(12));
-    EXPECT_EQ(249, grey(11));
-    EXPECT_EQ(249, grey(7));
+        ExpectDown(src, 2, Kernel(11, 1), 0);
+    }
 }
 
 TEST_P(VisionPyramidTest, RateOfNearlyTwoStaysInsideALargeImage)
@@ -211,7 +201,7 @@ TEST_P(VisionPyramidTest, RateOfNearlyTwoStaysInsideALargeImage)
         ASSERT_EQ(src[std::min(2 * x, width - 1)], dst[x]) << x;
 }
 
-TEST_P(VisionPyramidTest, BadCalls)
+TEST_P(VisionPyramidTest, BadCallsOfPyramids)
 {
     VekPyramidState* pyramid = nullptr;
     EXPECT_EQ(StatusNullPointer, vekiPyramidInitAlloc(nullptr, 1, {0, 1}, 2));
@@ -221,45 +211,49 @@ TEST_P(VisionPyramidTest, BadCalls)
         EXPECT_EQ(StatusBadRange, vekiPyramidInitAlloc(&pyramid, 1, {9, 9}, rate));
     EXPECT_EQ(StatusBadRange, vekiPyramidInitAlloc(&pyramid, 0, {9, 9}, 2));
     EXPECT_EQ(StatusNullPointer, vekiPyramidFree(nullptr));
+    const ScopedAllocator allocator(0);
+    EXPECT_EQ(StatusNoMemory, vekiPyramidInitAlloc(&pyramid, 3, {9, 9}, 2));
+    EXPECT_EQ(StatusOk, vekiPyramidInitAlloc(&pyramid, 3, {9, 9}, 2));
+    EXPECT_EQ(StatusOk, vekiPyramidFree(pyramid));
+    EXPECT_EQ(0, allocator.live());
+}
 
+TEST_P(VisionPyramidTest, BadCallsOfLayers)
+{
     const Vek16s k[5] = {1, 4, 6, 4, 1};
     VekPyramidLayerState* state = nullptr;
     EXPECT_EQ(StatusNullPointer, vekiPyramidLayerDownInitAlloc_8u_C1R(nullptr, {0, 1}, 2, k, 5, InterLinear));
-    EXPECT_EQ(StatusNullPointer, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {0, 1}, 2, nullptr, 5, InterLinear));
-    EXPECT_EQ(StatusBadSize, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 0}, 1, k, 4, InterNearest));
-    EXPECT_EQ(StatusBadRange, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 9}, 2, k, 5, InterNearest));
-    EXPECT_EQ(StatusBadRange, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 9}, 1, k, 5, InterLinear));
+    const auto init = [&](VekImageSize size, Vek32f rate, const Vek16s* kernel, Vek32s kernelSize, Vek32s interpolation) {
+        return vekiPyramidLayerDownInitAlloc_8u_C1R(&state, size, rate, kernel, kernelSize, interpolation);
+    };
+    EXPECT_EQ(StatusNullPointer, init({0, 1}, 2, nullptr, 5, InterLinear));
+    EXPECT_EQ(StatusBadSize, init({9, 0}, 1, k, 4, InterNearest));
+    EXPECT_EQ(StatusBadRange, init({9, 9}, 2, k, 5, InterNearest));
+    EXPECT_EQ(StatusBadRange, init({9, 9}, 1, k, 5, InterLinear));
     for (const Vek32s size : {4, 1, -3})
-        EXPECT_EQ(StatusBadRange, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 9}, 2, k, size, InterLinear));
+        EXPECT_EQ(StatusBadRange, init({9, 9}, 2, k, size, InterLinear));
     {
         const ScopedAllocator allocator(0);
-        EXPECT_EQ(StatusNoMemory, vekiPyramidInitAlloc(&pyramid, 3, {9, 9}, 2));
-        EXPECT_EQ(StatusOk, vekiPyramidInitAlloc(&pyramid, 3, {9, 9}, 2));
-        EXPECT_EQ(StatusOk, vekiPyramidFree(pyramid));
-        EXPECT_EQ(0, allocator.live());
-    }
-    {
-        const ScopedAllocator allocator(0);
-        EXPECT_EQ(StatusNoMemory, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 9}, 2, k, 5, InterLinear));
+        EXPECT_EQ(StatusNoMemory, init({9, 9}, 2, k, 5, InterLinear));
         EXPECT_EQ(nullptr, state);
-        ASSERT_EQ(StatusOk, vekiPyramidLayerDownInitAlloc_8u_C1R(&state, {9, 9}, 2, k, 5, InterLinear));
+        ASSERT_EQ(StatusOk, init({9, 9}, 2, k, 5, InterLinear));
     }
     const GuardedImage<Vek8u> src(9, 9);
     GuardedImage<Vek8u> dst(5, 5), before(5, 5);
-    const auto down = [&](const Vek8u* from, Vek32s srcStep, VekImageSize size, Vek8u* to, Vek32s dstStep, VekImageSize dstSize, VekPyramidLayerState* with) {
-        return vekiPyramidLayerDown_8u_C1R(from, srcStep, size, to, dstStep, dstSize, with);
+    const auto down = [&](const Vek8u* from, Vek32s srcStep, VekImageSize size, Vek8u* to, Vek32s dstStep, VekImageSize dstSize) {
+        return vekiPyramidLayerDown_8u_C1R(from, srcStep, size, to, dstStep, dstSize, state);
     };
-    EXPECT_EQ(StatusNullPointer, down(nullptr, 9, {0, 9}, dst.data(), 5, {5, 5}, state));
-    EXPECT_EQ(StatusNullPointer, down(src.data(), 9, {0, 9}, nullptr, 5, {5, 5}, state));
-    EXPECT_EQ(StatusNullPointer, down(src.data(), 9, {0, 9}, dst.data(), 5, {5, 5}, nullptr));
-    EXPECT_EQ(StatusBadSize, down(src.data(), -9, {9, 0}, dst.data(), 5, {5, 5}, state));
+    EXPECT_EQ(StatusNullPointer, down(nullptr, 9, {0, 9}, dst.data(), 5, {5, 5}));
+    EXPECT_EQ(StatusNullPointer, down(src.data(), 9, {0, 9}, nullptr, 5, {5, 5}));
+    EXPECT_EQ(StatusNullPointer, vekiPyramidLayerDown_8u_C1R(src.data(), 9, {0, 9}, dst.data(), 5, {5, 5}, nullptr));
+    EXPECT_EQ(StatusBadSize, down(src.data(), -9, {9, 0}, dst.data(), 5, {5, 5}));
     state->rate = 11;
-    EXPECT_EQ(StatusBadStep, down(src.data(), 8, {9, 9}, dst.data(), 5, {5, 5}, state));
-    EXPECT_EQ(StatusBadStep, down(src.data(), 9, {9, 9}, dst.data(), 4, {5, 4}, state));
-    EXPECT_EQ(StatusBadRange, down(src.data(), 9, {9, 9}, dst.data(), 5, {5, 4}, state));
+    EXPECT_EQ(StatusBadStep, down(src.data(), 8, {9, 9}, dst.data(), 5, {5, 5}));
+    EXPECT_EQ(StatusBadStep, down(src.data(), 9, {9, 9}, dst.data(), 4, {5, 4}));
+    EXPECT_EQ(StatusBadRange, down(src.data(), 9, {9, 9}, dst.data(), 5, {5, 4}));
     state->rate = 2;
-    EXPECT_EQ(StatusBadSize, down(src.data(), 9, {9, 9}, dst.data(), 5, {5, 4}, state));
-    EXPECT_EQ(StatusBadSize, down(src.data(), 9, {9, 9}, dst.data(), 5, {4, 5}, state));
+    EXPECT_EQ(StatusBadSize, down(src.data(), 9, {9, 9}, dst.data(), 5, {5, 4}));
+    EXPECT_EQ(StatusBadSize, down(src.data(), 9, {9, 9}, dst.data(), 5, {4, 5}));
     EXPECT_TRUE(before == dst);
     EXPECT_EQ(StatusOk, vekiPyramidLayerDownFree_8u_C1R(state));
     EXPECT_EQ(StatusNullPointer, vekiPyramidLayerDownFree_8u_C1R(nullptr));

@@ -1,29 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
-#include "support/allocator.h"
-#include "support/guarded.h"
-#include "support/random.h"
 #include "support/resample.h"
 #include "support/tiers.h"
-#include "uvek/geometry.h"
 
 namespace uvek::test {
 namespace {
 
 using Pixels = GuardedImage<Vek8u, 3>;
 using Quad = double[4][2];
-
-constexpr int kCodes[] = {InterNearest, InterLinear, InterCubic};
-
-Pixels Random(const Shape& shape, std::mt19937& random)
-{
-    Pixels image(shape);
-    FillInteger(image, Kind::Noise, random);
-    return image;
-}
 
 // The two warps behind one face.
 struct Bilinear {
@@ -100,13 +86,13 @@ void ExpectWarps()
             EXPECT_NEAR(quad[i][0], (double)p.x, 1e-11);
             EXPECT_NEAR(quad[i][1], (double)p.y, 1e-11);
         }
-        for (const int code : kCodes) {
+        for (const int code : kResampleCodes) {
             ++variant;
             Shape shape{kRoi.x + kRoi.width + (Vek32s)(variant % 2 * 7), kRoi.y + kRoi.height, (Vek32s)(variant % 5), false, variant & 1 ? Flush::Start : Flush::End, (int)(variant % 3)};
-            Pixels src = Random(shape, random);
+            Pixels src = Noise<Vek8u, 3>(shape, random);
             shape.width = 80;
             shape.height = 60;
-            const Pixels before = Random(shape, random);
+            const Pixels before = Noise<Vek8u, 3>(shape, random);
             Pixels dst = before;
             const VekImageRect dstRoi = {(Vek32s)(variant % 4), 1, 79 - (Vek32s)(variant % 3), 58};
             const auto run = [&] {
@@ -128,32 +114,6 @@ TEST_P(WarpTest, BilinearWritesTheQuadrangleAndNoMore) { ExpectWarps<Bilinear>()
 
 TEST_P(WarpTest, PerspectiveWritesTheQuadrangleAndNoMore) { ExpectWarps<Perspective>(); }
 
-// Out by one mapping and back by the mapping of the opposite corners: a smooth image comes back.
-TEST_P(WarpTest, ThereAndBackIsTheImage)
-{
-    const Quad quad = {{12, 6}, {110, 15}, {125, 112}, {3, 97}};
-    const VekImageRect roi = {0, 0, 100, 80}, all = {0, 0, 130, 120};
-    Pixels src(100, 80), out(130, 120), back(100, 80);
-    for (int y = 0; y < 80; ++y)
-        for (int x = 0; x < 100; ++x)
-            for (int c = 0; c < 3; ++c)
-                src.set(x, y, c, (Vek8u)std::lround(127 + 60 * std::sin(x * 0.09 + c) + 60 * std::cos(y * 0.11 - c)));
-    Perspective there, again;
-    ASSERT_EQ(StatusOk, there.Solve(roi, quad));
-    ASSERT_EQ(StatusOk, there.Warp(src, roi, out, all, InterCubic));
-    // The inverse matrix is the adjugate, up to a factor.
-    const auto& c = there.c;
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) {
-            const int i1 = (i + 1) % 3, i2 = (i + 2) % 3, j1 = (j + 1) % 3, j2 = (j + 2) % 3;
-            again.c[j][i] = c[i1][j1] * c[i2][j2] - c[i1][j2] * c[i2][j1];
-        }
-    ASSERT_EQ(StatusOk, again.Warp(out, {0, 0, 130, 120}, back, roi, InterCubic));
-    for (int y = 3; y < 77; ++y)
-        for (int x = 3; x < 97; ++x)
-            ASSERT_NEAR(src.at(x, y, 1), back.at(x, y, 1), 3) << x << ", " << y;
-}
-
 TEST_P(WarpTest, BilinearWithoutProductsIsAffine)
 {
     // A parallelogram: the solver's product terms vanish, and a rotation comes out as one.
@@ -163,7 +123,7 @@ TEST_P(WarpTest, BilinearWithoutProductsIsAffine)
     EXPECT_EQ(0, mapping.c[0][0]);
     EXPECT_EQ(0, mapping.c[1][0]);
     std::mt19937 random(Seed());
-    const Pixels src = Random({50, 30}, random);
+    const Pixels src = Noise<Vek8u, 3>({50, 30}, random);
     Pixels a(60, 60), b(60, 60);
     ASSERT_EQ(StatusOk, mapping.Warp(src, kRoi, a, {0, 0, 60, 60}, InterLinear));
     ASSERT_EQ(StatusOk, vekiRotate_8u_C3R(src.data(), src.size(), src.step(), kRoi, b.data(), b.step(), {0, 0, 60, 60}, 90, 7, 54, InterLinear));
@@ -190,10 +150,10 @@ TEST_P(WarpTest, PositionsFarOffReadNothingOutside)
     int ran = 0;
     for (int round = 0; round < 6000; ++round) {
         const double tiny = std::pow(10, -(double)(random() % 18)), huge = std::pow(10, (double)(random() % 8));
-        const Pixels src = Random({2 + (Vek32s)(random() % 9), 2 + (Vek32s)(random() % 9)}, random);
+        const Pixels src = Noise<Vek8u, 3>({2 + (Vek32s)(random() % 9), 2 + (Vek32s)(random() % 9)}, random);
         Pixels dst(Shape{12, 12, 0, false, round & 1 ? Flush::Start : Flush::End, 0});
         const VekImageRect all = {0, 0, 50, 50}, to = {0, 0, 12, 12};
-        const int code = kCodes[round % 3] | (round & 4 ? SmoothEdgeFlag : 0);
+        const int code = kResampleCodes[round % 3] | (round & 4 ? SmoothEdgeFlag : 0);
         Bilinear b;
         Perspective p;
         for (int i = 0; i < 8; ++i)
@@ -219,34 +179,13 @@ TEST_P(WarpTest, BadCallsGiveTheirStatusAndWriteNothing)
     ASSERT_EQ(StatusOk, b.Solve(all, good));
     ASSERT_EQ(StatusOk, p.Solve(all, good));
 
-    struct Call {
-        const char* what;
-        VekStatus status;
-        bool noSrc = false, noDst = false;
-        VekImageSize srcSize = {20, 20};
-        VekImageRect srcRoi = {0, 0, 20, 20}, dstRoi = {0, 0, 20, 20};
-        Vek32s srcStep = 60, dstStep = 60, interpolation = InterLinear;
+    const auto expect = [](auto* warp, const auto& coefficients) {
+        ExpectBadResamples(false, [&](auto src, auto srcSize, auto srcStep, auto srcRoi, auto out, auto dstStep, auto dstRoi, auto code) {
+            return warp(src, srcSize, srcStep, srcRoi, out, dstStep, dstRoi, coefficients, code);
+        });
     };
-    const Call calls[] = {
-        {"no source before no size", StatusNullPointer, true, false, {0, 20}},
-        {"no destination before no step", StatusNullPointer, false, true, {20, 20}, all, all, 0},
-        {"no height before no step", StatusBadSize, false, false, {20, 0}, all, all, 0},
-        {"source rectangle", StatusBadSize, false, false, {20, 20}, {0, -1, 20, 20}},
-        {"destination rectangle", StatusBadSize, false, false, {20, 20}, all, {0, 0, 20, 0}},
-        {"source step before code", StatusBadStep, false, false, {20, 20}, all, all, -60, 60, 3},
-        {"destination step", StatusBadStep, false, false, {20, 20}, all, all, 60, 0},
-        {"code before outside", StatusBadInterpolation, false, false, {20, 20}, {0, 20, 20, 20}, all, 60, 60, InterSuper | SmoothEdgeFlag},
-        {"outside before one column", WarnEmptyIntersection, false, false, {20, 20}, {20, 0, 1, 20}},
-        {"one column left", StatusBadRectangle, false, false, {20, 20}, {19, 0, 20, 20}},
-        {"missed", WarnNoRotationOverlap, false, false, {20, 20}, all, {400, 0, 20, 20}},
-    };
-    for (const Call& k : calls) {
-        const Vek8u* const s = k.noSrc ? nullptr : src.data();
-        Vek8u* const d = k.noDst ? nullptr : dst.data();
-        EXPECT_EQ(k.status, vekiWarpBilinear_8u_C3R(s, k.srcSize, k.srcStep, k.srcRoi, d, k.dstStep, k.dstRoi, b.c, k.interpolation)) << k.what;
-        EXPECT_EQ(k.status, vekiWarpPerspective_8u_C3R(s, k.srcSize, k.srcStep, k.srcRoi, d, k.dstStep, k.dstRoi, p.c, k.interpolation)) << k.what;
-    }
-
+    expect(vekiWarpBilinear_8u_C3R, b.c);
+    expect(vekiWarpPerspective_8u_C3R, p.c);
     const Bilinear crossed = {{{1, 0, 0, 0}, {0, 1, 0, 0}}};  // the corners with y = 0 go to X = 0, one with x = 0 too
     EXPECT_EQ(StatusBadCoefficients, crossed.Warp(src, all, dst, all, InterLinear));
     const Perspective noC8 = {{{1, 0, 0}, {0, 1, 0}, {1, 1, 0}}}, singular = {{{1, 2, 0}, {2, 4, 0}, {0, 0, 1}}}, crossing = {{{1, 0, 0}, {0, 1, 0}, {-0.1, 0, 1}}};
@@ -269,27 +208,12 @@ TEST_P(WarpTest, BadCallsGiveTheirStatusAndWriteNothing)
 
 TEST_P(WarpTest, ShortMemoryIsNoOverlap)
 {
-    std::mt19937 random(Seed());
-    const Pixels src = Random({20, 20}, random);
-    Pixels dst(20, 20);
-    const Pixels before = dst;
-    Bilinear b;
-    Perspective p;
-    const Quad quad = {{1, 2}, {18, 1}, {17, 19}, {0, 15}};
-    const VekImageRect all = {0, 0, 20, 20};
-    ASSERT_EQ(StatusOk, b.Solve(all, quad));
-    ASSERT_EQ(StatusOk, p.Solve(all, quad));
-    for (int failAt = 0; failAt < 2; ++failAt) {
-        ScopedAllocator allocator(failAt);
-        const VekStatus expected = failAt == 0 ? WarnNoRotationOverlap : StatusOk;
-        EXPECT_EQ(expected, b.Warp(src, all, dst, all, InterLinear | SmoothEdgeFlag));
-        EXPECT_EQ(1, allocator.requests());
-        EXPECT_EQ(0, allocator.live());
-        EXPECT_EQ(failAt == 0, before == dst);
-    }
-    ScopedAllocator allocator(0);
-    EXPECT_EQ(WarnNoRotationOverlap, p.Warp(src, all, dst, all, InterLinear | SmoothEdgeFlag));
-    EXPECT_EQ(0, allocator.live());
+    const auto expect = [](auto mapping) {
+        ASSERT_EQ(StatusOk, mapping.Solve(kAllOf20, {{1, 2}, {18, 1}, {17, 19}, {0, 15}}));
+        ExpectShortMemoryIsNoOverlap([&](auto& src, auto& dst) { return mapping.Warp(src, kAllOf20, dst, kAllOf20, InterLinear | SmoothEdgeFlag); });
+    };
+    expect(Bilinear{});
+    expect(Perspective{});
 }
 
 TEST_P(WarpTest, CornersThatOverflowTheCutWriteNothing)

@@ -1,5 +1,5 @@
-// What an image is at a real position, in extended precision and by the textbook: the truth that
-// rotation and warps are held to.
+// What rotation and warps are held to: the image at a real position, in extended precision and by the
+// textbook, and the statuses that they have in common.
 #ifndef UVEK_TESTS_SUPPORT_RESAMPLE_H
 #define UVEK_TESTS_SUPPORT_RESAMPLE_H
 
@@ -13,9 +13,13 @@
 #include <type_traits>
 #include <utility>
 
-#include "support/guarded.h"
+#include "support/allocator.h"
+#include "support/random.h"
+#include "uvek/geometry.h"
 
 namespace uvek::test {
+
+constexpr int kResampleCodes[] = {InterNearest, InterLinear, InterCubic};
 
 struct Position {
     long double x, y;
@@ -96,6 +100,65 @@ int ExpectResampled(const GuardedImage<T, channels>& src, VekImageRect srcRoi, c
         }
     EXPECT_TRUE(src.IsSlackIntact() && dst.IsSlackIntact());
     return written;
+}
+
+// What is wrong with a call that resamples 20 by 20 pixels of three bytes onto as many.
+struct BadResample {
+    const char* what;
+    VekStatus status, quarterTurn;  // in general; by quarter turns, which interpolate nothing
+    bool noSrc = false, noDst = false;
+    VekImageSize srcSize = {20, 20};
+    VekImageRect srcRoi = {0, 0, 20, 20}, dstRoi = {0, 0, 20, 20};
+    Vek32s srcStep = 60, dstStep = 60, interpolation = InterLinear;
+};
+constexpr VekImageRect kAllOf20 = {0, 0, 20, 20};
+constexpr BadResample kBadResamples[] = {
+    {"no source before no size", StatusNullPointer, StatusNullPointer, true, false, {0, 20}},
+    {"no destination before no step", StatusNullPointer, StatusNullPointer, false, true, {20, 20}, kAllOf20, kAllOf20, 0},
+    {"no width before no step", StatusBadSize, StatusBadSize, false, false, {0, 20}, kAllOf20, kAllOf20, 0},
+    {"no height before no step", StatusBadSize, StatusBadSize, false, false, {20, 0}, kAllOf20, kAllOf20, 60, 0},
+    {"source rectangle left of the image", StatusBadSize, StatusBadSize, false, false, {20, 20}, {-1, 0, 20, 20}},
+    {"source rectangle without rows", StatusBadSize, StatusBadSize, false, false, {20, 20}, {0, 0, 20, 0}},
+    {"destination rectangle above the image", StatusBadSize, StatusBadSize, false, false, {20, 20}, kAllOf20, {0, -1, 20, 20}},
+    {"destination rectangle without columns", StatusBadSize, StatusBadSize, false, false, {20, 20}, kAllOf20, {0, 0, 0, 20}},
+    {"source step before code", StatusBadStep, StatusBadStep, false, false, {20, 20}, kAllOf20, kAllOf20, -60, 60, 3},
+    {"destination step", StatusBadStep, StatusBadStep, false, false, {20, 20}, kAllOf20, kAllOf20, 60, 0},
+    {"code before outside", StatusBadInterpolation, WarnEmptyIntersection, false, false, {20, 20}, {0, 20, 20, 20}, kAllOf20, 60, 60, InterSuper | SmoothEdgeFlag},
+    {"outside before one column", WarnEmptyIntersection, WarnEmptyIntersection, false, false, {20, 20}, {20, 0, 1, 20}},
+    {"one row left", StatusBadRectangle, StatusOk, false, false, {20, 20}, {0, 19, 20, 20}},
+    {"missed", WarnNoRotationOverlap, WarnEmptyIntersection, false, false, {20, 20}, kAllOf20, {400, 0, 20, 20}},
+};
+
+// call(src, srcSize, srcStep, srcRoi, dst, dstStep, dstRoi, interpolation) -> status.
+template <typename Call>
+void ExpectBadResamples(bool quarterTurn, Call&& call)
+{
+    const GuardedImage<Vek8u, 3> src(20, 20);
+    for (const BadResample& k : kBadResamples) {
+        GuardedImage<Vek8u, 3> dst(20, 20);
+        dst.Fill([] { return 1; });
+        const GuardedImage<Vek8u, 3> before = dst;
+        const VekStatus expected = quarterTurn ? k.quarterTurn : k.status;
+        EXPECT_EQ(expected, call(k.noSrc ? nullptr : src.data(), k.srcSize, k.srcStep, k.srcRoi, k.noDst ? nullptr : dst.data(), k.dstStep, k.dstRoi,
+                                 k.interpolation)) << k.what;
+        EXPECT_EQ(expected != StatusOk, before == dst) << k.what;
+    }
+}
+
+// Smooth edges take one block of memory; without it nothing is written. call(src, dst) resamples as above.
+template <typename Call>
+void ExpectShortMemoryIsNoOverlap(Call&& call)
+{
+    std::mt19937 random(Seed());
+    const auto src = Noise<Vek8u, 3>({20, 20}, random), before = Noise<Vek8u, 3>({20, 20}, random);
+    for (int failAt = 0; failAt < 2; ++failAt) {
+        auto dst = before;
+        const ScopedAllocator allocator(failAt);
+        EXPECT_EQ(failAt == 0 ? WarnNoRotationOverlap : StatusOk, call(src, dst));
+        EXPECT_EQ(1, allocator.requests());
+        EXPECT_EQ(0, allocator.live());
+        EXPECT_EQ(failAt == 0, before == dst);
+    }
 }
 
 }  // namespace uvek::test
