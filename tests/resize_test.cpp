@@ -397,6 +397,21 @@ TEST_P(ResizeTest, ScaledLengthsBelowHalfAPixelAreRefused)
     }
 }
 
+TEST_P(ResizeTest, AreasKeepTheMean)
+{
+    std::mt19937 random(Seed());
+    const auto image = Noise<Vek8u, 4>(Shape{60, 45}, random);
+    GuardedImage<Vek8u, 4> fifth(12, 9);
+    ASSERT_EQ(StatusOk, vekiResize_8u_C4R(image.data(), image.size(), image.step(), {0, 0, 60, 45}, fifth.data(), fifth.step(), fifth.size(), 0.2, 0.2,
+                                          InterSuper));
+    double before = 0, after = 0;
+    for (int i = 0; i < 60 * 45; ++i)
+        before += image.at(i % 60, i / 60, 2) / 2700.0;
+    for (int i = 0; i < 12 * 9; ++i)
+        after += fifth.at(i % 12, i / 12, 2) / 108.0;
+    EXPECT_NEAR(before, after, 0.2);
+}
+
 // ---- Statuses and memory ----
 
 TEST_P(ResizeTest, StatusesComeInTheirOrder)

@@ -120,6 +120,21 @@ TEST_P(RotateTest, QuarterTurnsMovePixelsAsTheyAre)
     });
 }
 
+TEST_P(RotateTest, FourQuarterTurnsGiveTheImageBack)
+{
+    const Format<Vek8u, 3> format{vekiRotate_8u_C3R};
+    std::mt19937 random(Seed());
+    const auto before = Random<GuardedImage<Vek8u, 3>>(ShapeOf(53, 38, 1), random);
+    auto image = before;
+    for (int turn = 0; turn < 4; ++turn) {
+        GuardedImage<Vek8u, 3> next(ShapeOf(image.height(), image.width(), 1));
+        const VekImageRect all = {0, 0, 99, 99};
+        ASSERT_EQ(StatusOk, Rotate(format, image, all, next, all, {90, 0, image.width() - 1.0}, InterLinear));
+        image = std::move(next);
+    }
+    EXPECT_EQ(before, image);
+}
+
 TEST_P(RotateTest, EqualsTier0ToTheByte)
 {
     // Kinds with ties everywhere: rounding must not hang on the tier's way of computing.

@@ -68,19 +68,26 @@ TEST_P(SignalGaussTest, CutsDoNotShow)
     }
 }
 
-// The first four moments, which a single wild number would spoil.
+// The first four moments, which a single wild number would spoil, and Kolmogorov and Smirnov's largest distance.
 TEST_P(SignalGaussTest, NumbersAreNormal)
 {
     constexpr int kCount = 100000;
     const double moment[] = {1, 0, 1, 0, 3}, spread[] = {0, 1, 2, 15, 96};
     for (const uint32_t seed : {0u, 7u, 0xffffffffu}) {
-        const auto numbers = State(0, 1, seed).Draw(kCount);
+        auto numbers = State(0, 1, seed).Draw(kCount);
         for (int power = 1; power <= 4; ++power) {
             double sum = 0;
             for (const double v : numbers)
                 sum += std::pow(v, power);
             EXPECT_NEAR(moment[power], sum / kCount, 4 * std::sqrt(spread[power] / kCount)) << "seed " << seed;
         }
+        std::sort(numbers.begin(), numbers.end());
+        double distance = 0;
+        for (size_t i = 0; i < numbers.size(); ++i) {
+            const double below = 0.5 * std::erfc(-numbers[i] / std::sqrt(2.0));
+            distance = std::max({distance, below - (double)i / kCount, (double)(i + 1) / kCount - below});
+        }
+        EXPECT_LT(distance, 1.63 / std::sqrt((double)kCount)) << "seed " << seed;  // chance exceeds this once in a hundred
     }
 }
 

@@ -10,6 +10,9 @@
 #include "support/guarded.h"
 #include "support/random.h"
 #include "support/tiers.h"
+#ifdef UVEK_HAVE_CODEC
+#include "codec/jpeg.h"
+#endif
 
 namespace uvek::test {
 namespace {
@@ -141,6 +144,70 @@ TEST_P(VisionFlowTest, FollowsCornersOfAWhiteSquare)
                 EXPECT_NEAR(from[i] + (i % 2 ? -1 : 2), tracks.next[i], 0.05) << size;
         }
 }
+
+#ifdef UVEK_HAVE_CODEC
+// A photograph at half its size: moved by half pixels of its own it comes from other samples, not from an
+// interpolation. The Gaussian that it is seen through leaves little above the smaller image's frequencies,
+// which would move with no shift.
+class Photograph {
+public:
+    Photograph() : image_(codec::DecodeJpeg(codec::ReadFile(UVEK_PHOTOGRAPH)).image)
+    {
+        double sum = 0;
+        for (int i = 0; i <= 2 * kReach; ++i)
+            sum += weights_[i] = std::exp(-(i - kReach) * (i - kReach) / (2 * 2.2 * 2.2));
+        for (double& weight : weights_)
+            weight /= sum;
+    }
+    Vek8u at(int x, int y) const  // in pixels of the full size
+    {
+        double sum = 0;
+        for (int v = 0; v <= 2 * kReach; ++v)
+            for (int u = 0; u <= 2 * kReach; ++u)
+                sum += weights_[v] * weights_[u] * image_.row(y + v - kReach)[(x + u - kReach) * image_.channels + 1];
+        return (Vek8u)std::lround(sum);
+    }
+
+private:
+    static constexpr int kReach = 6;
+    codec::Image image_;
+    double weights_[2 * kReach + 1];
+};
+
+TEST_P(VisionFlowTest, FollowsAPhotographOverFourLevels)
+{
+    const Photograph photograph;
+    const struct {
+        int x, y;  // in half pixels
+    } shifts[] = {{1, -1}, {7, -13}, {-29, 18}, {40, 25}};
+    for (const auto& shift : shifts) {
+        const Pyramid a(460, 330, 3, [&](int x, int y) { return photograph.at(2 * x + 52, 2 * y + 52); });
+        const Pyramid b(460, 330, 3, [&](int x, int y) { return photograph.at(2 * x + 52 - shift.x, 2 * y + 52 - shift.y); });
+        // Textured: the smaller eigenvalue of the mean gradient matrix over the window.
+        std::vector<Vek32f> points;
+        for (int y = 60; y < 270; y += 14)
+            for (int x = 60; x < 400; x += 14) {
+                double xx = 0, xy = 0, yy = 0;
+                for (int v = -10; v <= 10; ++v)
+                    for (int u = -10; u <= 10; ++u) {
+                        const auto pixel = [&](int dx, int dy) { return a->pImage[0][(int64_t)(y + v + dy) * a->pStep[0] + x + u + dx]; };
+                        const double gx = (pixel(1, 0) - pixel(-1, 0)) / 2.0, gy = (pixel(0, 1) - pixel(0, -1)) / 2.0;
+                        xx += gx * gx / 441, xy += gx * gy / 441, yy += gy * gy / 441;
+                    }
+                if ((xx + yy) / 2 - std::sqrt((xx - yy) * (xx - yy) / 4 + xy * xy) > 40)
+                    points.insert(points.end(), {(Vek32f)x, (Vek32f)y});
+            }
+        ASSERT_GT(points.size(), 2 * 40u);
+        Tracks tracks(points);
+        ASSERT_EQ(StatusOk, tracks.Run(a, b, {1000, 1000}, 21, 3));
+        for (size_t i = 0; i < tracks.status.size(); ++i) {
+            EXPECT_EQ(0, tracks.status[i]) << points[2 * i] << " " << points[2 * i + 1];
+            EXPECT_NEAR(points[2 * i] + shift.x / 2.0, tracks.next[2 * i], 0.05) << points[2 * i] << " " << points[2 * i + 1];
+            EXPECT_NEAR(points[2 * i + 1] + shift.y / 2.0, tracks.next[2 * i + 1], 0.05) << points[2 * i] << " " << points[2 * i + 1];
+        }
+    }
+}
+#endif
 
 TEST_P(VisionFlowTest, AnyPointOnAnyImageEqualsTier0InsideTheLevels)
 {

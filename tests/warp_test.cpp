@@ -114,6 +114,32 @@ TEST_P(WarpTest, BilinearWritesTheQuadrangleAndNoMore) { ExpectWarps<Bilinear>()
 
 TEST_P(WarpTest, PerspectiveWritesTheQuadrangleAndNoMore) { ExpectWarps<Perspective>(); }
 
+// Out by one mapping and back by the mapping of the opposite corners: a smooth image comes back.
+TEST_P(WarpTest, ThereAndBackIsTheImage)
+{
+    const Quad quad = {{12, 6}, {110, 15}, {125, 112}, {3, 97}};
+    const VekImageRect roi = {0, 0, 100, 80}, all = {0, 0, 130, 120};
+    Pixels src(100, 80), out(130, 120), back(100, 80);
+    for (int y = 0; y < 80; ++y)
+        for (int x = 0; x < 100; ++x)
+            for (int c = 0; c < 3; ++c)
+                src.set(x, y, c, (Vek8u)std::lround(127 + 60 * std::sin(x * 0.09 + c) + 60 * std::cos(y * 0.11 - c)));
+    Perspective there, again;
+    ASSERT_EQ(StatusOk, there.Solve(roi, quad));
+    ASSERT_EQ(StatusOk, there.Warp(src, roi, out, all, InterCubic));
+    // The inverse matrix is the adjugate, up to a factor.
+    const auto& c = there.c;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) {
+            const int i1 = (i + 1) % 3, i2 = (i + 2) % 3, j1 = (j + 1) % 3, j2 = (j + 2) % 3;
+            again.c[j][i] = c[i1][j1] * c[i2][j2] - c[i1][j2] * c[i2][j1];
+        }
+    ASSERT_EQ(StatusOk, again.Warp(out, {0, 0, 130, 120}, back, roi, InterCubic));
+    for (int y = 3; y < 77; ++y)
+        for (int x = 3; x < 97; ++x)
+            ASSERT_NEAR(src.at(x, y, 1), back.at(x, y, 1), 3) << x << ", " << y;
+}
+
 TEST_P(WarpTest, BilinearWithoutProductsIsAffine)
 {
     // A parallelogram: the solver's product terms vanish, and a rotation comes out as one.
