@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const GuardedBytes stream = input.Rest();
     Vek16s* const block = ClearedBlock();
     CompareTiers([&] {
-        const DecodeTable dc(choice & 1 ? AllSymbols() : StandardDc()), ac(choice & 2 ? AllSymbols() : StandardAc());
+        const TableOfLists dc(choice & 1 ? AllSymbols() : StandardDc()), ac(choice & 2 ? AllSymbols() : StandardAc());
         Record<DecodeHuffmanState> state(vekiDecodeHuffmanStateGetBufSize_JPEG_8u);
         Trace trace;
         Vek32s position = 0, marker = 0;

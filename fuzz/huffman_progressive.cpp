@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const GuardedBytes stream = input.Rest();
     CompareTiers([&] {
         Vek16s* const block = ClearedBlock();
-        const DecodeTable table(choice & 1 ? StandardAc() : AllSymbols());
+        const TableOfLists table(choice & 1 ? StandardAc() : AllSymbols());
         Record<DecodeHuffmanState> state(vekiDecodeHuffmanStateGetBufSize_JPEG_8u);
         Trace trace;
         Vek32s position = 0, marker = 0;

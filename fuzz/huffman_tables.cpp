@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             Record<EncodeHuffmanSpec> encode(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
             if (status == StatusOk && sum <= 1000000000) {
                 Check(vekiEncodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, encode.get()) == StatusOk);
-                Check(DecodeTable(lists).status == StatusOk);
+                Check(TableOfLists(lists).status == StatusOk);
                 for (int symbol = 0; symbol < 256; ++symbol)
                     Check((((const Vek32u*)encode.get())[symbol] != 0) == (counters[(size_t)symbol] != 0));
             }
@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Vek16s* const block = ClearedBlock();
     CompareTiers([&] {
         Trace trace;
-        const DecodeTable table(lists);
+        const TableOfLists table(lists);
         Record<EncodeHuffmanSpec> encode(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
         const VekStatus encoder = vekiEncodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, encode.get());
         Check(encoder != StatusOk || table.status == StatusOk);  // the encoder's rule is the stricter

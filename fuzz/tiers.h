@@ -56,8 +56,9 @@ inline void AddBlock(Trace& trace, const Vek16s* block)
     trace.bytes.insert(trace.bytes.end(), (const uint8_t*)block, (const uint8_t*)(block + 64));
 }
 
-struct DecodeTable {
-    explicit DecodeTable(const HuffmanLists& lists) { status = vekiDecodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, record.get()); }
+// Lists need not be such as make a table.
+struct TableOfLists {
+    explicit TableOfLists(const HuffmanLists& lists) { status = vekiDecodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, record.get()); }
     Record<DecodeHuffmanSpec> record{vekiDecodeHuffmanSpecGetBufSize_JPEG_8u};
     VekStatus status;
 };
