@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 choice & 4 ? vekiDecodeHuffmanOne_JPEG_1u16s_C1(stream.data(), length, &position, &value, &marker, dc.record.get(), state.get())
                            : vekiDecodeHuffman8x8_JPEG_1u16s_C1(stream.data(), length, &position, block, &lastDc, &marker, dc.record.get(),
                                                                 ac.record.get(), state.get());
-            trace.numbers.insert(trace.numbers.end(), {status, position, marker, lastDc, value});
+            trace.Add({status, position, marker, lastDc, value});
             AddState(trace, state);
             AddBlock(trace, block);
             failures += status < 0;

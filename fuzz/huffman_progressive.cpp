@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                                                                      state.get());
                 break;
             }
-            trace.numbers.insert(trace.numbers.end(), {status, position, marker, lastDc});
+            trace.Add({status, position, marker, lastDc});
             AddState(trace, state);
             AddBlock(trace, block);
         }

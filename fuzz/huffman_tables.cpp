@@ -48,8 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 for (int symbol = 0; symbol < 256; ++symbol)
                     Check((((const Vek32u*)encode.get())[symbol] != 0) == (counters[(size_t)symbol] != 0));
             }
-            trace.numbers.push_back(status);
-            trace.bytes.insert(trace.bytes.end(), (const uint8_t*)&lists, (const uint8_t*)(&lists + 1));
+            trace.Add({status});
+            trace.Add(&lists, sizeof lists);
             return trace;
         });
         return 0;
@@ -63,13 +63,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         Record<EncodeHuffmanSpec> encode(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u);
         const VekStatus encoder = vekiEncodeHuffmanSpecInit_JPEG_8u(lists.bits, lists.vals, encode.get());
         Check(encoder != StatusOk || table.status == StatusOk);  // the encoder's rule is the stricter
-        trace.numbers.insert(trace.numbers.end(), {table.status, encoder});
+        trace.Add({table.status, encoder});
         Record<DecodeHuffmanState> state(vekiDecodeHuffmanStateGetBufSize_JPEG_8u);
         Vek32s position = 0, marker = 0;
         Vek16s lastDc = 0;
         for (int n = 0; table.status == StatusOk && n < 8; ++n) {
-            trace.numbers.push_back(vekiDecodeHuffman8x8_JPEG_1u16s_C1(stream.data(), (Vek32s)stream.size(), &position, block, &lastDc,
-                                                                       &marker, table.record.get(), table.record.get(), state.get()));
+            trace.Add({vekiDecodeHuffman8x8_JPEG_1u16s_C1(stream.data(), (Vek32s)stream.size(), &position, block, &lastDc, &marker,
+                                                          table.record.get(), table.record.get(), state.get())});
             AddState(trace, state);
             AddBlock(trace, block);
         }

@@ -47,13 +47,12 @@ void CompareTiers(Run&& run)
 // Of both decoding states the fields that mean something.
 inline void AddState(Trace& trace, const Record<DecodeHuffmanState>& state)
 {
-    const uint8_t* const bytes = (const uint8_t*)state.get();
-    trace.bytes.insert(trace.bytes.end(), bytes, bytes + 20);
+    trace.Add(state.get(), 20);
 }
 
 inline void AddBlock(Trace& trace, const Vek16s* block)
 {
-    trace.bytes.insert(trace.bytes.end(), (const uint8_t*)block, (const uint8_t*)(block + 64));
+    trace.Add(block, 64 * sizeof *block);
 }
 
 // Lists need not be such as make a table.
