@@ -199,6 +199,20 @@ TEST(ImageCopyOverlapTest, BackwardPathKeepsTheRestOfTheRow)
     }
 }
 
+// Blocks go forward, each loaded whole before it is stored.
+TEST_P(ImageCopyTest, MovesDownInMemoryByMoreThanABlock)
+{
+    for (const size_t offset : {0, 5})
+        for (const size_t distance : {80, 84, 203}) {
+            alignas(16) static Vek8u row[2000];
+            std::iota(std::begin(row), std::end(row), (Vek8u)0);
+            std::vector<Vek8u> expected(std::begin(row), std::end(row));
+            std::memmove(expected.data() + offset, expected.data() + offset + distance, 1000);
+            ASSERT_EQ(StatusOk, vekiCopy_8u_C1R(row + offset + distance, 0, row + offset, 0, {1000, 1}));
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), row)) << offset << ", by " << distance;
+        }
+}
+
 TEST_P(ImageCopyTest, OntoItselfChangesNothing)
 {
     for (const Vek32s width : {5, 30, 333, 700000}) {

@@ -67,6 +67,16 @@ void CopyRowPlain(const Vek8u* src, Vek8u* dst, int64_t bytes, int sampleBytes)
         dst[x] = src[x];
 }
 
+// A row of 64 bytes or more that does not overlap its destination, whose bytes come out the same whatever
+// copies them: the C runtime knows the processor at hand, up to twice as fast as blocks of a tier's registers.
+inline bool CopyApart(const Vek8u* src, Vek8u* dst, int64_t bytes)
+{
+    if (Overlap(src, dst, bytes))
+        return false;
+    memcpy(dst, src, (size_t)bytes);
+    return true;
+}
+
 // Less than 64 bytes.
 inline void CopyTail(const Vek8u* src, Vek8u* dst, int64_t bytes)
 {
@@ -105,6 +115,8 @@ template <bool stream>
 void CopyRowAligned(const Vek8u* src, Vek8u* dst, int64_t bytes)
 {
     if (bytes >= 64) {
+        if (!stream && CopyApart(src, dst, bytes))
+            return;
         const int64_t head = (int64_t)(-(uintptr_t)dst & 15);
         if (head != 0) {
             StoreU(dst, LoadU(src));
@@ -149,6 +161,8 @@ void CopyBackward(const Vek8u* src, Vek8u* dst, int64_t bytes)
 // 64 bytes or more.
 inline void CopyLongRow(const Vek8u* src, Vek8u* dst, int64_t bytes)
 {
+    if (CopyApart(src, dst, bytes))
+        return;
     const int64_t head = 16 - (int64_t)((uintptr_t)dst & 15);
     StoreU(dst, LoadU(src));
     src += head;

@@ -48,7 +48,8 @@ void FillBlocks(Vek8u* dst, int64_t bytes, const FillPattern& pattern)
 // Image fills stream by their byte count alone, wrapped to 32 bits; vectors ask for the cache.
 constexpr Vek32s kStreamedFill = kTier == 1 ? 2097153 : 4194305;
 
-VekStatus FillRegion(const Vek8u* pixel, int pixelBytes, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize)
+template <int pixelBytes>
+VekStatus FillRegion(const Vek8u* pixel, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize)
 {
     if (!pDst || !pixel)                          return StatusNullPointer;
     if (roiSize.width < 1 || roiSize.height < 1)  return StatusBadSize;
@@ -91,6 +92,8 @@ void FillRow(Vek8u* dst, int64_t bytes, const FillPattern& pattern, bool streams
     if (kBlocks && bytes >= 16) {
         if (streams)
             FillBlocks<true>(dst, bytes, pattern);
+        else if (pattern.isOneByte)
+            memset(dst, pattern.bytes[0], (size_t)bytes);  // the C runtime knows the processor at hand
         else
             FillBlocks<false>(dst, bytes, pattern);
         return;
@@ -104,17 +107,17 @@ void FillRow(Vek8u* dst, int64_t bytes, const FillPattern& pattern, bool streams
 
 VekStatus vekiSet_8u_C1R(Vek8u value, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize)
 {
-    return FillRegion(&value, 1, pDst, dstStep, roiSize);
+    return FillRegion<1>(&value, pDst, dstStep, roiSize);
 }
 
 VekStatus vekiSet_8u_C3R(const Vek8u value[3], Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize)
 {
-    return FillRegion(value, 3, pDst, dstStep, roiSize);
+    return FillRegion<3>(value, pDst, dstStep, roiSize);
 }
 
 VekStatus vekiSet_8u_C4R(const Vek8u value[4], Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize)
 {
-    return FillRegion(value, 4, pDst, dstStep, roiSize);
+    return FillRegion<4>(value, pDst, dstStep, roiSize);
 }
 
 VekStatus veksSet_8u(Vek8u value, Vek8u* pDst, Vek32s len)

@@ -6,15 +6,21 @@
 
 namespace uvek::VEK_TIER_NAMESPACE {
 
-// A pixel of 1, 2, 3, 4, 6 or 8 bytes, repeated. 48 is a multiple of all of these, so that any
-// 16 bytes of an endless row of pixels stand at an offset of 0 to 47.
+// A pixel of 1, 2, 3, 4, 6 or 8 bytes, repeated. 24 is a multiple of all of these; in 64 bytes
+// any 16 of an endless row of pixels stand at an offset of 0 to 47.
 struct FillPattern {
     Vek8u bytes[64];
+    bool isOneByte = true;  // all of them alike
 
     FillPattern(const void* pixel, int pixelBytes)
     {
-        for (int i = 0; i < 64; ++i)
-            bytes[i] = ((const Vek8u*)pixel)[i % pixelBytes];
+        const auto* const p = (const Vek8u*)pixel;
+        for (int i = 0; i < 24; ++i)
+            bytes[i] = p[i % pixelBytes];
+        memcpy(bytes + 24, bytes, 24);
+        memcpy(bytes + 48, bytes, 16);
+        for (int i = 1; i < pixelBytes; ++i)
+            isOneByte = isOneByte && p[i] == p[0];
     }
 };
 
