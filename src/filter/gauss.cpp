@@ -46,17 +46,18 @@ struct Gauss3 {
 constexpr Vek32s kWeight = 571;
 constexpr Vek32s kCorner = 2, kEdge = 7, kArm = 12, kInnerCorner = 31, kInnerEdge = 52, kCentre = 127;
 
-// The nearest quotient of a + b + c and 571, in 16 bits: a + 285, b + c and 571 quotients may wrap, the
-// remainder does not. a is at most 65250, the three together at most 255 * 571.
+// The nearest quotient of a + b + c and 571, in 16 bits: b + c and 571 quotients may wrap, the remainder does not.
+// a is at most 65250, the three together at most 255 * 571.
 inline V Quotient(V a, V b, V c)
 {
     // No sum is half way between two quotients, as 571 is odd: they are those of the sum + 285, rounded
-    // down. A fourth of it, short by at most 1.25 or above by 0.25, gives the quotient or one less.
-    const V biased = Add16(a, Splat16(kWeight / 2));
-    const V fourth = Add16(ShiftRight16u<1>(Average16u(b, c)), ShiftRight16u<2>(biased));
+    // down. Averages round up, and 3 less make good for it: for every sum a fourth of it gives the quotient
+    // or one less, and the remainder of that, short by 3, tells which.
+    const V biased = Add16(a, Splat16(kWeight / 2 - 3));
+    const V fourth = Average16u(Average16u(b, c), ShiftRight16u<1>(biased));
     const V quotient = MulHigh16u(fourth, Splat16((4 << 16) / kWeight));
     const V remainder = Sub16(Add16(biased, Add16(b, c)), MulLow16(quotient, Splat16(kWeight)));
-    return Sub16(quotient, Greater16s(remainder, Splat16(kWeight - 1)));
+    return Sub16(quotient, Greater16s(remainder, Splat16(kWeight - 4)));
 }
 
 struct Gauss5 {
