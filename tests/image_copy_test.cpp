@@ -199,6 +199,20 @@ TEST(ImageCopyOverlapTest, BackwardPathKeepsTheRestOfTheRow)
     }
 }
 
+// Packed rows are joined, but not where one long row would overlap its destination.
+TEST_P(ImageCopyTest, ImageScrollsByWholeRows)
+{
+    for (const int width : {32, 640, 3952, 4000})
+        for (const int by : {1, 3}) {
+            GuardedImage<Vek8u> image(Shape{width, 12, 0});
+            image.Fill(random_);
+            auto expected = image;
+            std::memmove(expected.data(), expected.data() + by * width, (size_t)(width * (12 - by)));
+            ASSERT_EQ(StatusOk, vekiCopy_8u_C1R(image.data() + by * width, width, image.data(), width, {width, 12 - by}));
+            EXPECT_TRUE(expected == image) << width << " by " << by << " seed " << Seed();
+        }
+}
+
 // Blocks go forward, each loaded whole before it is stored.
 TEST_P(ImageCopyTest, MovesDownInMemoryByMoreThanABlock)
 {

@@ -20,8 +20,9 @@ UVEK_BEGIN
 
 /* Copy all channels. Rows go from the first to the last. Where a row overlaps its destination, tier 0
    copies sample by sample from the first, so that a destination a little ahead of the source repeats
-   the start of the row along it; tiers 1 to 3 copy by blocks and promise nothing. Large regions go
-   past the cache: in tier 1 above 1 MiB, in tiers 2 and 3 from 2 MiB and half the largest cache on,
+   the start of the row along it; tiers 1 to 3 copy by blocks and promise nothing. An image
+   that moves up onto itself by whole rows, or down with negative steps, arrives unharmed. Large regions
+   go past the cache: in tier 1 above 1 MiB, in tiers 2 and 3 from 2 MiB and half the largest cache on,
    where that is known. */
 VekStatus vekiCopy_8u_C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize);
 VekStatus vekiCopy_8u_C3R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize);

@@ -237,7 +237,9 @@ void CopyRegion(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, in
         return;
     }
     const bool streamsTier1 = WrappedProduct((Vek32s)rowBytes, height) >= 1048577;
-    if (srcStep == dstStep && srcStep == rowBytes) {
+    // Rows that follow on each other are one, unless the image moves onto itself: a row that does not overlap
+    // its own destination arrives whole then too.
+    if (srcStep == dstStep && srcStep == rowBytes && !Overlap(src, dst, rowBytes * height)) {
         rowBytes *= height;
         height = 1;
     }
