@@ -112,20 +112,25 @@ TEST_P(LinearFilterTest, ResultsRoundTiesToEvenAndClamp)
         ExpectScaled(f.want, 1, f.value);
 }
 
-TEST_P(LinearFilterTest, QuotientsDoNotFollowTheCallersRoundingMode)
+TEST_P(LinearFilterTest, ResultsDoNotFollowTheCallersRoundingMode)
 {
-    GuardedImage<Vek8u> src(16, 1), dst(16, 1);
+    GuardedImage<Vek8u> src(17, 1), dst(17, 1), twos(17, 1);  // 1.5, the tie to even
     src.Fill([] { return 3; });
+    twos.Fill([] { return 2; });
     const Vek32s one = 1;
-    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
-        std::fesetround(mode);
-        vekiFilter_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), dst.size(), &one, {1, 1}, {0, 0}, 2);
-        const int after = std::fegetround();
-        std::fesetround(FE_TONEAREST);
-        EXPECT_EQ(mode, after);
-        EXPECT_EQ(2, dst.at(0, 0)) << "mode " << mode;  // 1.5, the tie to even
-        EXPECT_EQ(2, dst.at(15, 0)) << "mode " << mode;
-    }
+    const Vek32f half = 0.5f;
+    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+        for (const bool inSingles : {false, true}) {
+            std::fesetround(mode);
+            if (inSingles)
+                vekiFilter32f_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), dst.size(), &half, {1, 1}, {0, 0});
+            else
+                vekiFilter_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), dst.size(), &one, {1, 1}, {0, 0}, 2);
+            const int after = std::fegetround();
+            std::fesetround(FE_TONEAREST);
+            EXPECT_EQ(mode, after);
+            EXPECT_EQ(twos, dst) << "mode " << mode << ", in single precision " << inSingles;
+        }
 }
 
 TEST_P(LinearFilterTest, FloatKernelsAddInTheOrderOfTheTier)

@@ -283,6 +283,7 @@ VekStatus Filter(Vek32s channels, const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst
     const TapSource source = FirstTap(pSrc, srcStep, channels, kernel, anchor);
     const int64_t samples = (int64_t)size.width * channels;
     bool done = false;
+    const RoundToNearest nearest;
     if (kBlocks && samples >= 16)
         done = channels == 1 && kernel.width >= 3
             ? TryBlocks<Order::ByRow>(source, pDst, dstStep, samples, size.height, pKernel, kernel)
