@@ -52,6 +52,17 @@ TEST_P(WindowFilterTest, MedianOfEveryMaskShape)
         Check<1>(vekiFilterMedian_8u_C1R, mask, MedianOfSamples);
 }
 
+TEST_P(WindowFilterTest, OfDestinationRowsThatOverlapTheLaterStays)
+{
+    std::mt19937 random(Seed());
+    const auto src = Noise<Vek8u>(Shape{44, 6}, random);
+    Vek8u together[44] = {}, apart[44] = {};
+    ASSERT_EQ(StatusOk, vekiFilterMedian_8u_C1R(src.data() + 2 + 2 * src.step(), src.step(), together, 1, {40, 2}, {5, 5}, {2, 2}));
+    for (Vek32s y = 0; y < 2; ++y)
+        ASSERT_EQ(StatusOk, vekiFilterMedian_8u_C1R(src.data() + 2 + (2 + y) * src.step(), src.step(), apart + y, 1, {40, 1}, {5, 5}, {2, 2}));
+    EXPECT_TRUE(std::equal(together, together + 44, apart)) << "seed " << Seed();
+}
+
 TEST_P(WindowFilterTest, Median5x5OfEveryCountOfOnesInItsColumns)
 {
     // Windows side by side; of five rows the inner four of column c hold digit c of the window's number

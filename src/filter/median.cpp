@@ -144,9 +144,10 @@ void Median5x5Rows(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep, 
 void Median5x5(const Vek8u* src, Vek32s srcStep, Vek8u* dst, Vek32s dstStep, VekImageSize size)
 {
     Vek32s y = 0;
-    for (; size.height - y >= 2; y += 2)
-        Median5x5Rows<true>(Row(src, srcStep, y), srcStep, Row(dst, dstStep, y), dstStep, size.width);
-    if (y < size.height)
+    if (dstStep >= size.width)  // else rows overlap, and the later one stays
+        for (; size.height - y >= 2; y += 2)
+            Median5x5Rows<true>(Row(src, srcStep, y), srcStep, Row(dst, dstStep, y), dstStep, size.width);
+    for (; y < size.height; ++y)
         Median5x5Rows<false>(Row(src, srcStep, y), srcStep, Row(dst, dstStep, y), dstStep, size.width);
 }
 
