@@ -293,6 +293,16 @@ TEST_P(ResizeTest, PositionsFarOutsideReadTheImagesEdge)
             }
 }
 
+TEST_P(ResizeTest, LargeAreasOfWhiteAreWhite)
+{
+    // Their sums pass 31 bits.
+    const Vek32s n = 2903;
+    const std::vector<Vek8u> white((size_t)n * n, 255);
+    Vek8u mean = 0;
+    ASSERT_EQ(StatusOk, vekiResize_8u_C1R(white.data(), {n, n}, n, {0, 0, n, n}, &mean, 1, {1, 1}, 1.0 / n, 1.0 / n, InterSuper));
+    EXPECT_EQ(255, mean);
+}
+
 TEST_P(ResizeTest, AreasOfRowsThatOverlapEndWithTheLastRow)
 {
     // A step of one byte: every row is the row before moved by a pixel. The rows end at the guard page.

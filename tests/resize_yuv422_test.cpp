@@ -69,6 +69,20 @@ TEST_P(ResizeYuv422Test, PlanesEqualTheOneChannelResize)
     }
 }
 
+TEST_P(ResizeYuv422Test, AreasPastTheImageTakeItsLastPair)
+{
+    // Three pairs make one that is four wide, of which the fourth still counts.
+    GuardedImage<Vek8u, 4> image(3, 5), got(1, 1), white(1, 1);
+    image.Fill([] { return 255; });
+    white.Fill([] { return 255; });
+    for (const double yFactor : {0.4, 0.5}) {
+        ASSERT_EQ(StatusOk, Call(image, {0, 0, 6, 5}, got, 0.25, yFactor, InterSuper));
+        EXPECT_EQ(white, got) << yFactor;
+    }
+    EXPECT_EQ(StatusBadResizeFactor, Call(image, {0, 0, 6, 5}, got, NAN, 0.5, InterSuper));
+    EXPECT_EQ(StatusBadResizeFactor, Call(image, {0, 0, 6, 5}, got, 0.5, NAN, InterSuper));
+}
+
 TEST_P(ResizeYuv422Test, RegionsStartFourBytesAPixelIntoTheRow)
 {
     // 16 pixels of which the region is 4 from x = 4: bytes 16 .. 23, the pixels 8 .. 11.

@@ -150,10 +150,10 @@ void SumWholeColumns(const Vek32s* sums, Vek32s whole, Vek64f scale, T* dst, Vek
     for (Vek32s k = 0; k < width; ++k)
         for (int c = 0; c < channels; ++c) {
             const Vek32s* from = sums + (int64_t)k * whole * channels + c;
-            Vek32u sum = 0;
+            int64_t sum = 0;
             for (Vek32s i = 0; i < whole; ++i, from += channels)
-                sum += (Vek32u)*from;
-            PutMean(dst + (int64_t)k * channels + c, (Vek32s)sum * scale);
+                sum += *from;
+            PutMean(dst + (int64_t)k * channels + c, (Vek64f)sum * scale);
         }
 }
 
@@ -272,12 +272,12 @@ void Halve(const SuperSampleJob& job)
     }
 }
 
-// A row of sums as far as its columns reach: behind them the last again, or nothing.
+// A row of sums behind the image: the last column again, up to those that count, and behind them that or nothing.
 template <int channels, typename Sum>
-void Extend(Sum* sums, Vek32s have, Vek32s used, bool repeat)
+void Extend(Sum* sums, Vek32s have, Vek32s counted, Vek32s used, bool repeat)
 {
     for (int64_t i = (int64_t)have * channels; i < (int64_t)used * channels; ++i)
-        sums[i] = repeat ? sums[i - channels] : (Sum)0;
+        sums[i] = repeat || i < (int64_t)counted * channels ? sums[i - channels] : (Sum)0;
 }
 
 template <typename T, int channels>
@@ -304,8 +304,8 @@ VekStatus Super(const SuperSampleJob& job)
     Vek32s used = 0;
     for (Vek32s k = 0; k < width; ++k)
         used = Max(used, spans[k].end());
-    const Vek32s have = Min(Min(job.columns, job.limitX), used);
-    const bool repeat = !wholeX || wholeY;  // whole columns under cut rows end with the region
+    const Vek32s counted = Min(job.columns, used), have = Min(counted, job.limitX);
+    const bool repeat = !wholeX || wholeY;  // whole columns under cut rows end with those that count
     const Block<Vek32f> sums((int64_t)used * channels + kLineSlack);
     if (!sums)
         return StatusNoMemory;
@@ -318,11 +318,11 @@ VekStatus Super(const SuperSampleJob& job)
         if (kBytes && wholeX && wholeY) {
             Vek32s* const integers = (Vek32s*)(void*)(Vek32f*)sums;
             AddWholeRows(rows, span.first, span.whole, integers, have * channels);
-            Extend<channels>(integers, have, used, repeat);
+            Extend<channels>(integers, have, counted, used, repeat);
             SumWholeColumns<T, channels>(integers, spans[0].whole, scale, dst, width);
         } else {
             AddRows<T>(rows, span, sums, have * channels);
-            Extend<channels>((Vek32f*)sums, have, used, repeat);
+            Extend<channels>((Vek32f*)sums, have, counted, used, repeat);
             SumColumns<T, channels>(sums, spans, scale, dst, width);
         }
     }

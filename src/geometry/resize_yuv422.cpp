@@ -221,7 +221,7 @@ VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
         status = MapScaled(job.y, dstRoiSize.height, interpolation == InterNearest);
     if (status != StatusOk)
         return status;
-    if (interpolation == InterSuper && (xFactor > 1.0 || yFactor > 1.0))
+    if (interpolation == InterSuper && !(xFactor <= 1.0 && yFactor <= 1.0))
         return StatusBadResizeFactor;
 
     job.pairs = job.luma.length / 2;
