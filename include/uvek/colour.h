@@ -15,9 +15,9 @@ UVEK_BEGIN
 
 /* Weighted sum of three samples of a pixel; the fourth of an AC4 pixel is not read. coeffs: 3 weights, or
    null for 0.299, 0.587, 0.114.
-   8u: weights become 12-bit fractions, each product is rounded down. Tier 0 keeps the low 8 bits of the sum, which
-   wraps when weights sum to more than 1. In tiers 1 to 3, where products have 4 fraction bits and weights 16 bits
-   in all, it clamps, and lies up to 2 lower.
+   8u: weights become 12-bit fractions. Tier 0 rounds the sum down and keeps its low 8 bits, which wraps when weights
+   sum to more than 1. Tiers 1 to 3 round each product down to 4 fraction bits and clamp the sum, which lies up to 2
+   lower; there a weight has 16 bits in all, so that it must be from 0 to below 16.
    16u: single precision, from left to right, truncated, the low 16 bits. An odd step counts as the even one
    below it. All tiers agree. */
 VekStatus vekiColorToGray_8u_C3C1R(const Vek8u* pSrc, Vek32s srcStep, Vek8u* pDst, Vek32s dstStep, VekImageSize roiSize, const Vek32f coeffs[3]);

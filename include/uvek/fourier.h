@@ -21,7 +21,8 @@ enum {
    returns, and answers StatusNoMemory, with the destination untouched, if it cannot. Otherwise it is
    rounded up to a multiple of 32 bytes (16 in two dimensions). For a transform of n = 2^order complex
    elements, 32 bytes and the following suffice on every tier: none below order 4, 8 n up to order 17,
-   2 MiB above. A real transform needs what the complex one of half its length needs.
+   2 MiB above. A real transform needs what the complex one of half its length needs. In two dimensions
+   128 * (width + height) + 256 bytes suffice for any size and kind.
 
    X[k] is the sum of x[j] exp(-2 pi i j k / n) forward, exp(+2 pi i j k / n) inverse. The tiers differ
    in rounding only; within a tier neither alignment, nor transforming in place, nor the buffer changes
@@ -64,8 +65,8 @@ typedef struct VekDft2Spec VekDft2Spec;
 
 /* Make a record for complex images, or for real ones. *ppSpec is set on success only; it goes back by the
    Free function of its kind.
-   Return StatusNullPointer, StatusBadSize (a width or height below 1), StatusNoMemory, StatusBadFftFlag,
-   StatusOk. */
+   Return StatusNullPointer, StatusBadSize (a width or height below 1), StatusNoMemory (also where work
+   memory would pass 2 GiB), StatusBadFftFlag, StatusOk. */
 VekStatus vekiDFTInitAlloc_C_32fc(VekDft2Spec** ppSpec, VekImageSize roiSize, Vek32s flag, Vek32s hint);
 VekStatus vekiDFTInitAlloc_R_32f(VekDft2Spec** ppSpec, VekImageSize roiSize, Vek32s flag, Vek32s hint);
 

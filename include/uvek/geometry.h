@@ -58,6 +58,9 @@ VekStatus vekiResizeCenter_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
 /* Resamples with the source distance between neighbouring destination pixels given: xFr, yFr, above 0.
    xShift, yShift: the source position, relative to srcRoi, of the first destination pixel. Positions
    outside of the image take the image's edge; with Lanczos each of the six taps does so by itself.
+   Between -1 and 0, where the first pixel is still the first tap, linear and cubic are of no use: the
+   fraction is negative, and a linear weight of it wraps. What limits what is written is
+   (region - 1) / distance + 1, rounded down, for nearest region / distance, and 1 at least.
    InterSuper is not accepted.
    Status: as for vekiResize_8u_C3R, without StatusResizeTooSmall. */
 VekStatus vekiResizeShift_8u_C3R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep,
@@ -107,7 +110,7 @@ VekStatus vekiResizeYUV422_8u_C2R(const Vek8u* pSrc, VekImageSize srcSize, Vek32
    negative origin or size below 1); StatusBadStep; then, where pixels are interpolated,
    StatusBadInterpolation; StatusBadCoefficients; WarnEmptyIntersection (srcRoi starts outside the
    image); StatusBadRectangle (srcRoi has one column or row inside the image);
-   StatusBadCoefficients (the angle or a shift is not finite); WarnNoRotationOverlap (dstRoi is
+   StatusBadCoefficients (the angle or a shift is not finite, or so large that the corners coincide); WarnNoRotationOverlap (dstRoi is
    missed, or no memory); StatusOk. Where pixels move as they are, after StatusBadStep,
    WarnEmptyIntersection (srcRoi starts outside the image, or dstRoi is missed); StatusOk. */
 VekStatus vekiRotate_8u_C1R(const Vek8u* pSrc, VekImageSize srcSize, Vek32s srcStep, VekImageRect srcRoi, Vek8u* pDst, Vek32s dstStep, VekImageRect dstRoi, Vek64f angle, Vek64f xShift, Vek64f yShift, Vek32s interpolation);

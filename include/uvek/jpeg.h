@@ -110,7 +110,7 @@ VekStatus vekiEncodeHuffmanStateGetBufSize_JPEG_8u(Vek32s* pSize);
    pListBits: 16 counts, element i that of codes of length i + 1. pListVals: the symbols in order of
    their codes, as many as the counts add up to, at most 256; a list without codes is fine.
    StatusNullPointer; StatusBadHuffmanTable for more than 256 codes, for codes of up to 8 bits that
-   overflow their length (decoder) or for a length whose codes reach all ones (encoder); StatusOk.
+   overflow their length by more than one (decoder) or for a length whose codes reach all ones (encoder); StatusOk.
    After StatusBadHuffmanTable the record is partly filled and must not be used. */
 VekStatus vekiDecodeHuffmanSpecInit_JPEG_8u(const Vek8u* pListBits, const Vek8u* pListVals, DecodeHuffmanSpec* pDecHuffSpec);
 VekStatus vekiEncodeHuffmanSpecInit_JPEG_8u(const Vek8u* pListBits, const Vek8u* pListVals, EncodeHuffmanSpec* pEncHuffSpec);

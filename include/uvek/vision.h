@@ -21,8 +21,8 @@ typedef struct VekPyramidState {
 
 /* Makes the record of a pyramid with at most `level` levels below a base of roiSize. Levels end at one pixel,
    so that numLevels may be smaller, down to 0. rate: above 1, at most 10. A level's width is its
-   upper's divided by the rate and rounded in single precision, then moved by single pixels until the source
-   width lies from (width - 1) rate + 1 to width rate, and not at or below the width; heights likewise. *ppState
+   upper's divided by the rate and rounded, then moved by single pixels until the source width lies from
+   (width - 1) rate + 1 to width rate, and not at or below the width, all in single precision; heights likewise. *ppState
    is set on success only and goes back by vekiPyramidFree.
    Returns StatusNullPointer, StatusBadSize (a size below 1), StatusBadRange (rate, or level below 1),
    StatusNoMemory, StatusOk. */
