@@ -42,43 +42,28 @@ inline void LoadChannels(const T* from, V& a, V& b, V& c, V& d)
     Deinterleave<channels, T>(a, b, c, d);
 }
 
+template <bool stream, typename T>
+inline void Store(T* p, V v)
+{
+    if (stream)
+        Stream(p, v);
+    else
+        StoreU(p, v);
+}
+
 // From sample x on; the samples done.
-template <int channels, typename T>
+template <int channels, bool stream, typename T>
 int64_t SplitBlocks(const T* src, T* const* planes, int64_t x, int64_t width)
 {
     T *const p = planes[0], *const q = planes[1], *const r = planes[2], *const s = planes[channels - 1];
     for (; width - x >= kSamples<T>; x += kSamples<T>) {
         V a, b, c, d;
         LoadChannels<channels>(src + x * channels, a, b, c, d);
-        StoreU(p + x, a);
-        StoreU(q + x, b);
-        StoreU(r + x, c);
+        Store<stream>(p + x, a);
+        Store<stream>(q + x, b);
+        Store<stream>(r + x, c);
         if (channels == 4)
-            StoreU(s + x, d);
-    }
-    return x;
-}
-
-// The same past the cache, each plane by whole lines: lines of several planes half full at a time are
-// written to memory in pieces.
-template <int channels, typename T>
-int64_t StreamBlocks(const T* src, T* const* planes, int64_t x, int64_t width)
-{
-    constexpr int n = kSamples<T>, lines = 4;
-    alignas(16) T line[4][lines * n];
-    for (; width - x >= lines * n; x += lines * n) {
-        for (int i = 0; i < lines; ++i) {
-            V a, b, c, d;
-            LoadChannels<channels>(src + (x + i * n) * channels, a, b, c, d);
-            StoreA(line[0] + i * n, a);
-            StoreA(line[1] + i * n, b);
-            StoreA(line[2] + i * n, c);
-            if (channels == 4)
-                StoreA(line[3] + i * n, d);
-        }
-        for (int c = 0; c < channels; ++c)
-            for (int i = 0; i < lines; ++i)
-                Stream(planes[c] + x + i * n, LoadA(line[c] + i * n));
+            Store<stream>(s + x, d);
     }
     return x;
 }
@@ -95,9 +80,7 @@ void SplitRow(const T* src, T* const* planes, int64_t width, bool streams)
             for (int c = 0; c < channels; ++c)
                 streams = streams && IsAligned(planes[c] + x, 16);
         }
-        if (streams)
-            x = StreamBlocks<channels>(src, planes, x, width);
-        x = SplitBlocks<channels>(src, planes, x, width);
+        x = streams ? SplitBlocks<channels, true>(src, planes, x, width) : SplitBlocks<channels, false>(src, planes, x, width);
     }
     SplitSamples<channels>(src, planes, x, width);
 }
@@ -108,15 +91,6 @@ void MergeSamples(const Vek8u* const* planes, Vek8u* dst, int64_t from, int64_t 
     for (int64_t x = from; x < to; ++x)
         for (int c = 0; c < channels; ++c)
             dst[x * channels + c] = planes[c][x];
-}
-
-template <bool stream>
-inline void Store(Vek8u* p, V v)
-{
-    if (stream)
-        Stream(p, v);
-    else
-        StoreU(p, v);
 }
 
 template <int channels, bool stream>

@@ -7,6 +7,8 @@
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
+constexpr int64_t kPastAnyCache = 8388608;  // samples
+
 template <typename T>
 VekStatus CopyVector(const T* pSrc, T* pDst, Vek32s len)
 {
@@ -37,43 +39,64 @@ void DeinterleaveSamples(const Vek16s* src, Vek32s channels, int64_t from, Vek32
     }
 }
 
+template <bool stream>
+inline void Store(Vek16s* p, V v)
+{
+    if (stream)
+        Stream(p, v);
+    else
+        StoreU(p, v);
+}
+
 // The samples done, a multiple of 8.
+template <bool stream>
 int64_t DeinterleaveBlocks2(const Vek16s* src, Vek32s len, Vek16s* const* dst)
 {
     int64_t i = 0;
     for (; len - i >= 8; i += 8) {
         const V a = SplitWords(LoadU(src + i * 2)), b = SplitWords(LoadU(src + i * 2 + 8));
-        StoreU(dst[0] + i, UnpackLow64(a, b));
-        StoreU(dst[1] + i, UnpackHigh64(a, b));
+        Store<stream>(dst[0] + i, UnpackLow64(a, b));
+        Store<stream>(dst[1] + i, UnpackHigh64(a, b));
     }
     return i;
 }
 
+template <bool stream>
 int64_t DeinterleaveBlocks3(const Vek16s* src, Vek32s len, Vek16s* const* dst)
 {
     int64_t i = 0;
     for (; len - i >= 8; i += 8) {
         V a = LoadU(src + i * 3), b = LoadU(src + i * 3 + 8), c = LoadU(src + i * 3 + 16);
         Deinterleave3x16(a, b, c);
-        StoreU(dst[0] + i, a);
-        StoreU(dst[1] + i, b);
-        StoreU(dst[2] + i, c);
+        Store<stream>(dst[0] + i, a);
+        Store<stream>(dst[1] + i, b);
+        Store<stream>(dst[2] + i, c);
     }
     return i;
 }
 
+template <bool stream>
 int64_t DeinterleaveBlocks4(const Vek16s* src, Vek32s len, Vek16s* const* dst)
 {
     int64_t i = 0;
     for (; len - i >= 8; i += 8) {
         V a = LoadU(src + i * 4), b = LoadU(src + i * 4 + 8), c = LoadU(src + i * 4 + 16), d = LoadU(src + i * 4 + 24);
         Deinterleave4x16(a, b, c, d);
-        StoreU(dst[0] + i, a);
-        StoreU(dst[1] + i, b);
-        StoreU(dst[2] + i, c);
-        StoreU(dst[3] + i, d);
+        Store<stream>(dst[0] + i, a);
+        Store<stream>(dst[1] + i, b);
+        Store<stream>(dst[2] + i, c);
+        Store<stream>(dst[3] + i, d);
     }
     return i;
+}
+
+// 2 to 4 channels.
+template <bool stream>
+int64_t DeinterleaveBlocks(const Vek16s* src, Vek32s channels, Vek32s len, Vek16s* const* dst)
+{
+    return channels == 2   ? DeinterleaveBlocks2<stream>(src, len, dst)
+           : channels == 3 ? DeinterleaveBlocks3<stream>(src, len, dst)
+                           : DeinterleaveBlocks4<stream>(src, len, dst);
 }
 
 }  // namespace
@@ -105,12 +128,12 @@ VekStatus veksDeinterleave_16s(const Vek16s* pSrc, Vek32s ch, Vek32s len, Vek16s
     }
 
     int64_t done = 0;
-    if (kBlocks) {
-        switch (ch) {
-        case 2: done = DeinterleaveBlocks2(pSrc, len, pDst); break;
-        case 3: done = DeinterleaveBlocks3(pSrc, len, pDst); break;
-        case 4: done = DeinterleaveBlocks4(pSrc, len, pDst); break;
-        default: break;
+    if (kBlocks && ch >= 2 && ch <= 4) {
+        if (aligned && (int64_t)len * ch >= kPastAnyCache) {
+            done = DeinterleaveBlocks<true>(pSrc, ch, len, pDst);
+            Fence();
+        } else {
+            done = DeinterleaveBlocks<false>(pSrc, ch, len, pDst);
         }
     }
     DeinterleaveSamples(pSrc, ch, done, len, pDst);
