@@ -33,6 +33,14 @@ inline void StoreA(void* p, V v) { _mm_store_si128((V*)p, v); }
 // A store past the cache, to an aligned address; Fence() ends a run of them.
 inline void Stream(void* p, V v) { _mm_stream_si128((V*)p, v); }
 inline void Fence() { _mm_sfence(); }
+template <bool stream>
+inline void Store(void* p, V v)
+{
+    if (stream)
+        Stream(p, v);
+    else
+        StoreU(p, v);
+}
 
 // A hint that the line at p will be read; p may be any address.
 inline void Prefetch(const void* p) { _mm_prefetch((const char*)p, _MM_HINT_T0); }

@@ -23,29 +23,20 @@ void NarrowRow(const Vek16s* src, Vek8u* dst, int64_t width)
 }
 
 template <bool stream>
-inline void Store16(void* p, V v)
-{
-    if (stream)
-        Stream(p, v);
-    else
-        StoreU(p, v);
-}
-
-template <bool stream>
 int64_t WidenBlocks(const Vek8u* src, Vek16u* dst, int64_t from, int64_t width)
 {
     int64_t x = from;
     for (; width - x >= 32; x += 32) {
         const V a = LoadU(src + x), b = LoadU(src + x + 16);
-        Store16<stream>(dst + x, WidenLow8u(a));
-        Store16<stream>(dst + x + 8, WidenHigh8u(a));
-        Store16<stream>(dst + x + 16, WidenLow8u(b));
-        Store16<stream>(dst + x + 24, WidenHigh8u(b));
+        Store<stream>(dst + x, WidenLow8u(a));
+        Store<stream>(dst + x + 8, WidenHigh8u(a));
+        Store<stream>(dst + x + 16, WidenLow8u(b));
+        Store<stream>(dst + x + 24, WidenHigh8u(b));
     }
     if (width - x >= 16) {
         const V a = LoadU(src + x);
-        Store16<stream>(dst + x, WidenLow8u(a));
-        Store16<stream>(dst + x + 8, WidenHigh8u(a));
+        Store<stream>(dst + x, WidenLow8u(a));
+        Store<stream>(dst + x + 8, WidenHigh8u(a));
         x += 16;
     }
     return x;

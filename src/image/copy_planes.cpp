@@ -42,15 +42,6 @@ inline void LoadChannels(const T* from, V& a, V& b, V& c, V& d)
     Deinterleave<channels, T>(a, b, c, d);
 }
 
-template <bool stream, typename T>
-inline void Store(T* p, V v)
-{
-    if (stream)
-        Stream(p, v);
-    else
-        StoreU(p, v);
-}
-
 // From sample x on; the samples done.
 template <int channels, bool stream, typename T>
 int64_t SplitBlocks(const T* src, T* const* planes, int64_t x, int64_t width)

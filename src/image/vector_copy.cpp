@@ -39,15 +39,6 @@ void DeinterleaveSamples(const Vek16s* src, Vek32s channels, int64_t from, Vek32
     }
 }
 
-template <bool stream>
-inline void Store(Vek16s* p, V v)
-{
-    if (stream)
-        Stream(p, v);
-    else
-        StoreU(p, v);
-}
-
 // The samples done, a multiple of 8.
 template <bool stream>
 int64_t DeinterleaveBlocks2(const Vek16s* src, Vek32s len, Vek16s* const* dst)
