@@ -37,8 +37,10 @@ void ReplaceRow(Vek8u* row, Vek32s width, Vek8u threshold, Vek8u value)
     Vek32s x = 0;
     if (kBlocks) {
         const V limit = Splat8(threshold), fill = Splat8(value);
+        // A comparison with the limit, not with the sample, saves a copy of it.
+        constexpr Side other = side == Side::Above ? Side::Below : Side::Above;
         x = threshold == value ? MapBlocks(row, width, [=](V v) { return Clamp<side>(v, limit); })
-                               : MapBlocks(row, width, [=](V v) { return Select(Equal8(Clamp<side>(v, limit), v), v, fill); });
+                               : MapBlocks(row, width, [=](V v) { return Select(Equal8(Clamp<other>(v, limit), limit), v, fill); });
     }
     for (; x < width; ++x)
         row[x] = (side == Side::Above ? row[x] > threshold : row[x] < threshold) ? value : row[x];
