@@ -255,7 +255,12 @@ void RegisterVectors(int length)
     const cv::Mat re(1, n, CV_32F, x), im(1, n, CV_32F, y);
     cv::Mat to(1, n, CV_32F, out);
     Register("Magnitude_32f", "opencv", -1, size, 12 * (int64_t)n, [=]() mutable { cv::magnitude(re, im, to); });
-    Register("Magnitude_32fc", "opencv", -1, size, 12 * (int64_t)n, [=]() mutable { cv::magnitude(re, im, to); });
+    // It takes planes alone, so that pairs are split first.
+    const cv::Mat pairs(1, n, CV_32FC2, (void*)z);
+    Register("Magnitude_32fc", "opencv", -1, size, 12 * (int64_t)n, [=, planes = std::make_shared<std::vector<cv::Mat>>()]() mutable {
+        cv::split(pairs, *planes);
+        cv::magnitude((*planes)[0], (*planes)[1], to);
+    });
     Register("Phase_32f", "opencv", -1, size, 12 * (int64_t)n, [=]() mutable { cv::phase(re, im, to); });
     Register("Sqrt_32f", "opencv", -1, size, 8 * (int64_t)n, [=]() mutable { veksAbs_32f(x, out, n); cv::sqrt(to, to); });
     Register("Sum_32f", "opencv", -1, size, 4 * (int64_t)n, [=] { *result = (float)cv::sum(re)[0]; });
