@@ -132,13 +132,11 @@ inline bool AllZero(V v)
 inline V Equal8(V a, V b) { return _mm_cmpeq_epi8(a, b); }
 inline V Equal16(V a, V b) { return _mm_cmpeq_epi16(a, b); }
 inline V Equal32(V a, V b) { return _mm_cmpeq_epi32(a, b); }
-inline V Greater8s(V a, V b) { return _mm_cmpgt_epi8(a, b); }
 inline V Greater16s(V a, V b) { return _mm_cmpgt_epi16(a, b); }
 inline V Greater32s(V a, V b) { return _mm_cmpgt_epi32(a, b); }
 
 // ---- Add, subtract ----
 
-inline V Add8(V a, V b) { return _mm_add_epi8(a, b); }
 inline V Add16(V a, V b) { return _mm_add_epi16(a, b); }
 inline V Add32(V a, V b) { return _mm_add_epi32(a, b); }
 inline V Add64(V a, V b) { return _mm_add_epi64(a, b); }
@@ -147,11 +145,8 @@ inline V Sub16(V a, V b) { return _mm_sub_epi16(a, b); }
 inline V Sub32(V a, V b) { return _mm_sub_epi32(a, b); }
 inline V Sub64(V a, V b) { return _mm_sub_epi64(a, b); }
 inline V AddSat8u(V a, V b) { return _mm_adds_epu8(a, b); }
-inline V AddSat8s(V a, V b) { return _mm_adds_epi8(a, b); }
 inline V AddSat16u(V a, V b) { return _mm_adds_epu16(a, b); }
 inline V AddSat16s(V a, V b) { return _mm_adds_epi16(a, b); }
-inline V SubSat8u(V a, V b) { return _mm_subs_epu8(a, b); }
-inline V SubSat8s(V a, V b) { return _mm_subs_epi8(a, b); }
 inline V SubSat16u(V a, V b) { return _mm_subs_epu16(a, b); }
 inline V SubSat16s(V a, V b) { return _mm_subs_epi16(a, b); }
 inline V Average8u(V a, V b) { return _mm_avg_epu8(a, b); }    // (a + b + 1) >> 1
@@ -163,7 +158,6 @@ inline V SumAbsDiff8u(V a, V b) { return _mm_sad_epu8(a, b); }  // two 64-bit su
 inline V MulLow16(V a, V b) { return _mm_mullo_epi16(a, b); }
 inline V MulHigh16s(V a, V b) { return _mm_mulhi_epi16(a, b); }
 inline V MulHigh16u(V a, V b) { return _mm_mulhi_epu16(a, b); }
-inline V MulEven32u(V a, V b) { return _mm_mul_epu32(a, b); }  // 64-bit products of lanes 0 and 2
 inline V MulAdd16(V a, V b) { return _mm_madd_epi16(a, b); }   // a0 b0 + a1 b1, .. in 32 bits
 
 inline V MulLow32(V a, V b)
@@ -175,17 +169,6 @@ inline V MulLow32(V a, V b)
     const V odd = _mm_shuffle_epi32(_mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32)),
                                     _MM_SHUFFLE(0, 0, 2, 0));
     return _mm_unpacklo_epi32(even, odd);
-#endif
-}
-
-// 64-bit products of the signed lanes 0 and 2.
-inline V MulEven32s(V a, V b)
-{
-#if VEK_TIER >= 3
-    return _mm_mul_epi32(a, b);
-#else
-    const V sign = Add64(And(_mm_srai_epi32(a, 31), b), And(_mm_srai_epi32(b, 31), a));
-    return Sub64(_mm_mul_epu32(a, b), _mm_slli_epi64(sign, 32));
 #endif
 }
 
@@ -230,26 +213,7 @@ inline V MulRound16s(V a, V b)
 
 inline V Min8u(V a, V b) { return _mm_min_epu8(a, b); }
 inline V Max8u(V a, V b) { return _mm_max_epu8(a, b); }
-inline V Min16s(V a, V b) { return _mm_min_epi16(a, b); }
 inline V Max16s(V a, V b) { return _mm_max_epi16(a, b); }
-
-inline V Min16u(V a, V b)
-{
-#if VEK_TIER >= 3
-    return _mm_min_epu16(a, b);
-#else
-    return Sub16(a, SubSat16u(a, b));
-#endif
-}
-
-inline V Max16u(V a, V b)
-{
-#if VEK_TIER >= 3
-    return _mm_max_epu16(a, b);
-#else
-    return Add16(b, SubSat16u(a, b));
-#endif
-}
 
 inline V Min32s(V a, V b)
 {
@@ -275,16 +239,6 @@ inline V Abs16(V v)
     return _mm_abs_epi16(v);
 #else
     return Max16s(v, Sub16(Zero(), v));
-#endif
-}
-
-inline V Abs32(V v)
-{
-#if VEK_TIER >= 2
-    return _mm_abs_epi32(v);
-#else
-    const V sign = _mm_srai_epi32(v, 31);
-    return Sub32(Xor(v, sign), sign);
 #endif
 }
 
@@ -420,21 +374,12 @@ inline V WidenLow16s(V v)
 #endif
 }
 inline V WidenHigh16s(V v) { return _mm_srai_epi32(_mm_unpackhi_epi16(v, v), 16); }
-inline V WidenLow8s(V v) { return _mm_srai_epi16(_mm_unpacklo_epi8(v, v), 8); }
-inline V WidenHigh8s(V v) { return _mm_srai_epi16(_mm_unpackhi_epi8(v, v), 8); }
 
 // ---- Single lanes and sums ----
 
 inline Vek32s Low32(V v) { return _mm_cvtsi128_si32(v); }
 inline int64_t Low64(V v) { return _mm_cvtsi128_si64(v); }
-template <int lane> inline Vek32s Extract16u(V v) { return _mm_extract_epi16(v, lane); }
 template <int lane> inline V Insert16(V v, Vek32s x) { return _mm_insert_epi16(v, (Vek16s)x, lane); }
-
-inline Vek32s Sum32(V v)
-{
-    const V pairs = Add32(v, Permute32<2, 3, 0, 1>(v));
-    return Low32(Add32(pairs, Permute32<1, 0, 3, 2>(pairs)));
-}
 
 inline int64_t Sum64(V v) { return Low64(Add64(v, Permute32<2, 3, 0, 1>(v))); }
 

@@ -49,7 +49,6 @@ inline F Sqrt(F v) { return _mm_sqrt_ps(v); }
 inline F Min(F a, F b) { return _mm_min_ps(a, b); }  // b when either is a NaN, as the instruction has it
 inline F Max(F a, F b) { return _mm_max_ps(a, b); }
 inline F ReciprocalApprox(F v) { return _mm_rcp_ps(v); }
-inline F ReciprocalSqrtApprox(F v) { return _mm_rsqrt_ps(v); }
 inline D Add(D a, D b) { return _mm_add_pd(a, b); }
 inline D Sub(D a, D b) { return _mm_sub_pd(a, b); }
 inline D Mul(D a, D b) { return _mm_mul_pd(a, b); }
@@ -57,16 +56,6 @@ inline D Div(D a, D b) { return _mm_div_pd(a, b); }
 inline D Sqrt(D v) { return _mm_sqrt_pd(v); }
 inline D Min(D a, D b) { return _mm_min_pd(a, b); }
 inline D Max(D a, D b) { return _mm_max_pd(a, b); }
-
-// a0 - b0, a1 + b1, ..: the sign pattern of a complex product.
-inline F SubAdd(F a, F b)
-{
-#if VEK_TIER >= 1
-    return _mm_addsub_ps(a, b);
-#else
-    return _mm_add_ps(a, _mm_xor_ps(b, _mm_castsi128_ps(_mm_setr_epi32((int)0x80000000u, 0, (int)0x80000000u, 0))));
-#endif
-}
 
 // ---- Logic and compare ----
 
@@ -154,7 +143,6 @@ inline V Truncate32s(D v) { return _mm_cvttpd_epi32(v); }
 inline V AsInt(F v) { return _mm_castps_si128(v); }
 inline F AsFloat(V v) { return _mm_castsi128_ps(v); }
 inline V AsInt(D v) { return _mm_castpd_si128(v); }
-inline D AsDouble(V v) { return _mm_castsi128_pd(v); }
 
 // ---- Rearrange ----
 
@@ -170,7 +158,6 @@ inline D UnpackLow(D a, D b) { return _mm_unpacklo_pd(a, b); }
 inline D UnpackHigh(D a, D b) { return _mm_unpackhi_pd(a, b); }
 inline F LowHalves(F a, F b) { return _mm_movelh_ps(a, b); }   // a0 a1 b0 b1
 inline F HighHalves(F a, F b) { return _mm_movehl_ps(b, a); }  // a2 a3 b2 b3
-inline F DupEven(F v) { return Pick<0, 0, 2, 2>(v, v); }
 inline F DupOdd(F v) { return Pick<1, 1, 3, 3>(v, v); }
 
 // The 4x4 transpose of four rows, in place.

@@ -252,37 +252,11 @@ inline V SplitWords(V v)
         return Permute32<0, 2, 1, 3>(PermuteHigh16<0, 2, 1, 3>(PermuteLow16<0, 2, 1, 3>(v)));
 }
 
-// The step back: even words to the first 12, odd words to the last 12.
-inline void PerfectUnshuffleWords48(V& a, V& b, V& c)
-{
-    const V x = SplitWords(a), y = SplitWords(b), z = SplitWords(c);
-    const V odd = UnpackHigh64(x, y);
-    a = UnpackLow64(x, y);
-    b = UnpackLow64(z, odd);
-    c = UnpackHigh64(odd, z);
-}
-
-inline void Interleave3x16(V& a, V& b, V& c)
-{
-    PerfectUnshuffleWords48(a, b, c);
-    PerfectUnshuffleWords48(a, b, c);
-    PerfectUnshuffleWords48(a, b, c);
-}
-
 inline void Deinterleave4x16(V& a, V& b, V& c, V& d)
 {
     PerfectShuffleWords64(a, b, c, d);
     PerfectShuffleWords64(a, b, c, d);
     PerfectShuffleWords64(a, b, c, d);
-}
-
-inline void Interleave4x16(V& a, V& b, V& c, V& d)
-{
-    const V abLow = UnpackLow16(a, b), abHigh = UnpackHigh16(a, b), cdLow = UnpackLow16(c, d), cdHigh = UnpackHigh16(c, d);
-    a = UnpackLow32(abLow, cdLow);
-    b = UnpackHigh32(abLow, cdLow);
-    c = UnpackLow32(abHigh, cdHigh);
-    d = UnpackHigh32(abHigh, cdHigh);
 }
 
 }  // namespace uvek::VEK_TIER_NAMESPACE

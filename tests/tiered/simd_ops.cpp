@@ -34,17 +34,6 @@ Vek32s Wide(int64_t v, int64_t low, int64_t high) { return (Vek32s)(v < low ? lo
              Put((T*)out + i, (T)(expression));                                      \
          }                                                                           \
      }}
-// Pairs of neighbouring lanes a0 a1 and b0 b1.
-#define PAIRS(op, T, Out, expression)                                                \
-    {#op, [](const Vek8u* in, Vek8u* out) { StoreU(out, op(LoadU(in), LoadU(in + 16))); }, \
-     [](const Vek8u* in, Vek8u* out) {                                               \
-         for (int i = 0; i < (int)(8 / sizeof(T)); ++i) {                            \
-             const T a0 = Read<T>(in, 2 * i), b0 = Read<T>(in + 16, 2 * i);          \
-             [[maybe_unused]] const T a1 = Read<T>(in, 2 * i + 1);                   \
-             [[maybe_unused]] const T b1 = Read<T>(in + 16, 2 * i + 1);              \
-             Put((Out*)out + i, (Out)(expression));                                  \
-         }                                                                           \
-     }}
 // Both sides written out.
 #define FREE(name, vectorCode, scalarCode) \
     {name, [](const Vek8u* in, Vek8u* out) vectorCode, [](const Vek8u* in, Vek8u* out) scalarCode}
@@ -100,14 +89,11 @@ const SimdOp kOps[] = {
     LANES(AndNot, Vek8u, Vek8u, ~a & b),
     LANES(Equal8, Vek8u, Vek8u, a == b ? 255 : 0),
     LANES(Equal16, Vek16u, Vek16u, a == b ? 65535 : 0),
-    LANES(Greater8s, Vek8s, Vek8s, a > b ? -1 : 0),
     LANES(Greater16s, Vek16s, Vek16s, a > b ? -1 : 0),
     LANES(Greater32s, Vek32s, Vek32s, a > b ? -1 : 0),
     LANES(AddSat8u, Vek8u, Vek8u, Min(a + b, 255)),
-    LANES(AddSat8s, Vek8s, Vek8s, Wide(a + b, -128, 127)),
     LANES(AddSat16u, Vek16u, Vek16u, Min(a + b, 65535)),
     LANES(AddSat16s, Vek16s, Vek16s, Saturate16s(a + b)),
-    LANES(SubSat8u, Vek8u, Vek8u, Max(a - b, 0)),
     LANES(SubSat16u, Vek16u, Vek16u, Max(a - b, 0)),
     LANES(SubSat16s, Vek16s, Vek16s, Saturate16s(a - b)),
     LANES(Average8u, Vek8u, Vek8u, (a + b + 1) >> 1),
@@ -119,15 +105,15 @@ const SimdOp kOps[] = {
     LANES(MulRound16s, Vek16s, Vek16s, (a * b + 0x4000) >> 15),
     LANES(Min8u, Vek8u, Vek8u, Min(a, b)),
     LANES(Max8u, Vek8u, Vek8u, Max(a, b)),
-    LANES(Min16u, Vek16u, Vek16u, Min(a, b)),
-    LANES(Max16u, Vek16u, Vek16u, Max(a, b)),
     LANES(Min32s, Vek32s, Vek32s, Min(a, b)),
     LANES(Max32s, Vek32s, Vek32s, Max(a, b)),
     UNARY(Abs16, Vek16s, a < 0 ? -a : a),
-    UNARY(Abs32, Vek32s, a < 0 ? 0 - (Vek32u)a : (Vek32u)a),
-    PAIRS(MulAdd16, Vek16s, Vek32s, (Vek32u)(a0 * b0) + (Vek32u)(a1 * b1)),
-    PAIRS(MulEven32u, Vek32u, uint64_t, (uint64_t)a0 * b0),
-    PAIRS(MulEven32s, Vek32s, int64_t, (int64_t)a0 * b0),
+    FREE("MulAdd16", { StoreU(out, MulAdd16(LoadU(in), LoadU(in + 16))); }, {
+        for (int i = 0; i < 4; ++i) {
+            const int even = Read<Vek16s>(in, 2 * i) * Read<Vek16s>(in + 16, 2 * i);
+            Put((Vek32s*)out + i, (Vek32s)((Vek32u)even + (Vek32u)(Read<Vek16s>(in, 2 * i + 1) * Read<Vek16s>(in + 16, 2 * i + 1))));
+        }
+    }),
     FREE("MulAdd8us", { StoreU(out, MulAdd8us(LoadU(in), LoadU(in + 16))); }, {
         for (int i = 0; i < 8; ++i)
             Put((Vek16s*)out + i, Saturate16s(in[2 * i] * (Vek8s)in[16 + 2 * i] + in[2 * i + 1] * (Vek8s)in[17 + 2 * i]));
@@ -138,9 +124,9 @@ const SimdOp kOps[] = {
             sum += in[i] > in[16 + i] ? in[i] - in[16 + i] : in[16 + i] - in[i];
         Put((int64_t*)out, sum);
     }),
-    FREE("Select", { StoreU(out, Select(Greater8s(LoadU(in), LoadU(in + 16)), LoadU(in + 32), LoadU(in + 48))); }, {
+    FREE("Select", { StoreU(out, Select(Greater16s(LoadU(in), LoadU(in + 16)), LoadU(in + 32), LoadU(in + 48))); }, {
         for (int i = 0; i < 16; ++i)
-            out[i] = (Vek8s)in[i] > (Vek8s)in[16 + i] ? in[32 + i] : in[48 + i];
+            out[i] = Read<Vek16s>(in, i / 2) > Read<Vek16s>(in + 16, i / 2) ? in[32 + i] : in[48 + i];
     }),
     FREE("AllZero", { out[0] = AllZero(Xor(LoadU(in), LoadU(in + 16))); out[1] = AllZero(Xor(LoadU(in), LoadU(in))); }, {
         out[0] = memcmp(in, in + 16, 16) == 0;
@@ -176,17 +162,6 @@ const SimdOp kOps[] = {
         memcpy(out + 8, in + 17, 8);
         memcpy(out + 17, in + 8, 8);
     }),
-    FREE("Widen8s", { StoreU(out, WidenLow8s(LoadU(in))); StoreU(out + 16, WidenHigh8s(LoadU(in))); }, {
-        for (int i = 0; i < 16; ++i)
-            Put((Vek16s*)out + i, (Vek16s)(Vek8s)in[i]);
-    }),
-    FREE("Sum32", { Put((Vek32s*)out, Sum32(LoadU(in))); }, {
-        Vek32u sum = 0;
-        for (int i = 0; i < 4; ++i)
-            sum += Read<Vek32u>(in, i);
-        Put((Vek32u*)out, sum);
-    }),
-    LANES(Min16s, Vek16s, Vek16s, Min(a, b)),
     LANES(Max16s, Vek16s, Vek16s, Max(a, b)),
     FREE("SumPairs8u", { StoreU(out, SumPairs8u(LoadU(in))); }, {
         for (int i = 0; i < 8; ++i)
@@ -247,16 +222,7 @@ const SimdOp kOps[] = {
     {"Deinterleave4x8", InPlace4<Deinterleave4x8>, ToPlanes<Vek8u, 4>},
     {"Interleave4x8", InPlace4<Interleave4x8>, FromPlanes<Vek8u, 4>},
     {"Deinterleave3x16", InPlace3<Deinterleave3x16>, ToPlanes<Vek16s, 3>},
-    {"Interleave3x16", InPlace3<Interleave3x16>, FromPlanes<Vek16s, 3>},
     {"Deinterleave4x16", InPlace4<Deinterleave4x16>, ToPlanes<Vek16s, 4>},
-    {"Interleave4x16", InPlace4<Interleave4x16>, FromPlanes<Vek16s, 4>},
-    FREE("SubAdd", { StoreU((Vek32f*)out, SubAdd(SmallFloats(in), SmallFloats(in + 16))); }, {
-        for (int i = 0; i < 4; ++i) {
-            const Vek32f a = SmallFloat(in, i);
-            const Vek32f b = SmallFloat(in + 16, i);
-            Put((Vek32f*)out + i, i % 2 ? a + b : a - b);
-        }
-    }),
     FREE("SelectF", { StoreU((Vek32f*)out, Select(Less(SmallFloats(in), SmallFloats(in + 16)), ReadF(in + 32), ReadF(in + 48))); }, {
         for (int i = 0; i < 4; ++i)
             memcpy(out + 4 * i, (SmallFloat(in, i) < SmallFloat(in + 16, i) ? in + 32 : in + 48) + 4 * i, 4);
