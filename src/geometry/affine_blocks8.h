@@ -4,7 +4,7 @@
 #ifndef UVEK_GEOMETRY_AFFINE_BLOCKS8_H
 #define UVEK_GEOMETRY_AFFINE_BLOCKS8_H
 
-#include "geometry/affine_pixel.h"
+#include "geometry/affine_blocks.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
@@ -13,33 +13,42 @@ namespace {
 // position's fraction, and the high ones its whole part beside those of the constant.
 constexpr Vek64f kFixedPoint = 1.5 * (1 << 20);
 constexpr Vek32s kFixedPointHigh = 0x41380000;
-constexpr Vek32s kMostFixedPoint = 1 << 19;
 
-// Four positions as whole parts and fractions.
-struct Block {
-    V ix, iy;
+// Four positions and their fractions.
+struct Block : Positions {
     F fx, fy;
 };
 
-inline Block SplitPositions(const D (&p)[4])
+// Sets the fractions; the whole parts are what offsets are made from.
+inline void SplitPositions(Block& block, V& ix, V& iy)
 {
     const D shift = SplatD(kFixedPoint);
+    const D(&p)[4] = block.at;
     const V a = AsInt(Add(p[0], shift)), b = AsInt(Add(p[1], shift)), c = AsInt(Add(p[2], shift)), d = AsInt(Add(p[3], shift));
     const V xAB = UnpackLow32(a, b), xCD = UnpackLow32(c, d), yAB = UnpackHigh32(a, b), yCD = UnpackHigh32(c, d);
     const V bias = Splat32(kFixedPointHigh);
     const F unit = SplatF(1.0f / (1 << 24));
-    return {Sub32(UnpackHigh64(xAB, xCD), bias), Sub32(UnpackHigh64(yAB, yCD), bias),
-            Mul(ToFloat(ShiftRight32u<8>(UnpackLow64(xAB, xCD))), unit), Mul(ToFloat(ShiftRight32u<8>(UnpackLow64(yAB, yCD))), unit)};
+    ix = Sub32(UnpackHigh64(xAB, xCD), bias);
+    iy = Sub32(UnpackHigh64(yAB, yCD), bias);
+    block.fx = Mul(ToFloat(ShiftRight32u<8>(UnpackLow64(xAB, xCD))), unit);
+    block.fy = Mul(ToFloat(ShiftRight32u<8>(UnpackLow64(yAB, yCD))), unit);
 }
 
-// The value's whole part; *pDoubt gathers the lanes whose fraction is too near a whole number.
-inline V RoundOrDoubt(F value, Vek32f bound, F* pDoubt)
+// What a single of up to 2^22 is rounded by: added to it, a single's last bit is 1.
+constexpr Vek32f kWhole = 1.5f * (1 << 23);
+
+// The nearest whole number; *pFarthest gathers how far from theirs the values are, in each lane.
+inline V RoundToWhole(F value, F* pFarthest)
 {
-    const F raised = Add(value, SplatF(0.5f));
-    const V whole = Truncate32s(raised);
-    const F fromHalf = Abs(Sub(Sub(raised, ToFloat(whole)), SplatF(0.5f)));
-    *pDoubt = Or(*pDoubt, Less(SplatF(0.5f - bound), fromHalf));
-    return whole;
+    const F raised = Add(value, SplatF(kWhole));
+    *pFarthest = Max(*pFarthest, Abs(Sub(value, Sub(raised, SplatF(kWhole)))));
+    return Sub32(AsInt(raised), AsInt(SplatF(kWhole)));
+}
+
+// The lanes in which a value's error of up to `bound` may have turned its rounding.
+inline int InDoubt(F farthest, Vek32f bound)
+{
+    return MoveMask(Less(SplatF(0.5f - bound), farthest));
 }
 
 // Four pixels, each in the low lanes of its register.
@@ -61,43 +70,27 @@ void StorePixels(Vek8u* dst, V a, V b, V c, V d)
     }
 }
 
-// Whether all offsets fit 32 bits and all positions the fixed point.
-inline bool FitsBlocks(const SourceImage& s, int channels)
-{
-    return s.width <= kMostFixedPoint && s.height <= kMostFixedPoint && s.step * s.height + (int64_t)s.width * channels <= 0x7fffffff;
-}
-
-// Samples whole blocks by kernel(origin, step, offset, block, dst), which is not 0 where one is in doubt; returns the
-// number of pixels. The kernel's taps reach `before` pixels to the left and up, `behind` to the right
-// and down of a position's own.
+// Blocks by kernel(origin, step, block, dst), which is not 0 where a sample is in doubt. The kernel's taps reach `before`
+// pixels to the left and up, `behind` to the right and down of a position's own.
 template <int channels, int code, int before, int behind, class Walk, typename Kernel>
-Vek32s SampleBlocks(const SourceImage& source, Walk& walk, Vek8u* dst, Vek32s count, Kernel&& kernel)
+Vek32s SampleBlocks8(const SourceImage& source, Walk& walk, Vek8u* pDst, Vek32s count, Kernel&& kernel)
 {
-    if (!FitsBlocks(source, channels))
-        return 0;
     // The rightmost pixel of three channels is read with a fourth sample, that of yet another pixel.
     const V lastX = Splat32(source.width - 1 - behind - (channels == 3)), lastY = Splat32(source.height - 1 - behind);
     const V first = Splat32(before);
     const Vek32s step = (Vek32s)source.step;
     const V steps = Splat32(step);
-    Vek32s i = 0;
-    for (; count - i >= 4; i += 4, dst += 4 * channels) {
-        const D p[4] = {walk.Next(), walk.Next(), walk.Next(), walk.Next()};
-        const Block block = SplitPositions(p);
-        const V outside = Or(Or(Greater32s(first, block.ix), Greater32s(first, block.iy)), Or(Greater32s(block.ix, lastX), Greater32s(block.iy, lastY)));
-        bool sampled = MoveMask(AsFloat(outside)) == 0;
-        if (sampled) {
-            const V columns = channels == 1 ? block.ix : channels == 4 ? ShiftLeft32<2>(block.ix) : Add32(Add32(block.ix, block.ix), block.ix);
-            alignas(16) Vek32s offset[4];
-            StoreA(offset, Add32(MulLow32(block.iy, steps), columns));
-            Prefetch(Offset(source.origin, offset[0] + source.ahead));
-            sampled = kernel(source.origin, step, offset, block, dst) == 0;
-        }
-        if (!sampled)
-            for (int k = 0; k < 4; ++k)
-                SamplePixel<Vek8u, channels, code>(source, LowD(p[k]), HighD(p[k]), dst + k * channels);
-    }
-    return i;
+    const auto prepare = [&](Block& block) {
+        V ix, iy;
+        SplitPositions(block, ix, iy);
+        const V outside = Or(Or(Greater32s(first, ix), Greater32s(first, iy)), Or(Greater32s(ix, lastX), Greater32s(iy, lastY)));
+        block.outside = MoveMask(AsFloat(outside));
+        const V columns = channels == 1 ? ix : channels == 4 ? ShiftLeft32<2>(ix) : Add32(Add32(ix, ix), ix);
+        StoreA(block.offset, Add32(MulLow32(iy, steps), columns));
+    };
+    return SampleBlocks<Vek8u, channels, code, Block>(source, walk, pDst, count, prepare, [&](const Block& block, Vek8u* dst) {
+        return kernel(source.origin, step, block, dst) == 0;
+    });
 }
 
 }  // namespace

@@ -29,11 +29,6 @@ F Splat(F v)
     return Pick<lane, lane, lane, lane>(v, v);
 }
 
-inline V RoundByte(F value, F* pDoubt)
-{
-    return RoundOrDoubt(Min(Max(value, ZeroF()), SplatF(255)), kCubicDoubt, pDoubt);
-}
-
 // p: the sample before and above the position. One channel: four samples of a row at a time.
 template <int lane>
 F WeighRows(const Vek8u* p, Vek32s step, const F (&wy)[4])
@@ -44,23 +39,23 @@ F WeighRows(const Vek8u* p, Vek32s step, const F (&wy)[4])
     return sum;
 }
 
-inline int SampleCubicBlock1(const Vek8u* origin, Vek32s step, const Vek32s (&offset)[4], const Block& block, Vek8u* dst)
+inline int SampleCubicBlock1(const Vek8u* origin, Vek32s step, const Block& block, Vek8u* dst)
 {
     F wx[4], wy[4];
     CubicWeights(block.fx, wx);
     CubicWeights(block.fy, wy);
-    F a = WeighRows<0>(origin + offset[0] - step - 1, step, wy), b = WeighRows<1>(origin + offset[1] - step - 1, step, wy);
-    F c = WeighRows<2>(origin + offset[2] - step - 1, step, wy), d = WeighRows<3>(origin + offset[3] - step - 1, step, wy);
+    F a = WeighRows<0>(origin + block.offset[0] - step - 1, step, wy), b = WeighRows<1>(origin + block.offset[1] - step - 1, step, wy);
+    F c = WeighRows<2>(origin + block.offset[2] - step - 1, step, wy), d = WeighRows<3>(origin + block.offset[3] - step - 1, step, wy);
     Transpose4(a, b, c, d);  // columns of the four positions
-    F doubt = ZeroF();
-    const V value = RoundByte(Add(Add(Mul(a, wx[0]), Mul(b, wx[1])), Add(Mul(c, wx[2]), Mul(d, wx[3]))), &doubt);
+    F farthest = ZeroF();
+    const V value = RoundToWhole(Add(Add(Mul(a, wx[0]), Mul(b, wx[1])), Add(Mul(c, wx[2]), Mul(d, wx[3]))), &farthest);
     Store32(dst, Pack16sTo8u(Pack32sTo16s(value, value), value));
-    return MoveMask(doubt);
+    return InDoubt(farthest, kCubicDoubt);
 }
 
 // Three or four channels: a pixel at a time.
 template <int channels, int lane>
-V WeighPixel(const Vek8u* p, Vek32s step, const F (&wx)[4], const F (&wy)[4], F* pDoubt)
+V WeighPixel(const Vek8u* p, Vek32s step, const F (&wx)[4], const F (&wy)[4], F* pFarthest)
 {
     const F w0 = Splat<lane>(wx[0]), w1 = Splat<lane>(wx[1]), w2 = Splat<lane>(wx[2]), w3 = Splat<lane>(wx[3]);
     F sum = ZeroF();
@@ -69,31 +64,31 @@ V WeighPixel(const Vek8u* p, Vek32s step, const F (&wx)[4], const F (&wy)[4], F*
         const F right = Add(Mul(ToFloat(Load8uTo32s(p + 2 * channels)), w2), Mul(ToFloat(Load8uTo32s(p + 3 * channels)), w3));
         sum = Add(sum, Mul(Add(left, right), Splat<lane>(wy[j])));
     }
-    return RoundByte(sum, pDoubt);
+    return RoundToWhole(sum, pFarthest);
 }
 
 template <int channels>
-int SampleCubicBlockInterleaved(const Vek8u* origin, Vek32s step, const Vek32s (&offset)[4], const Block& block, Vek8u* dst)
+int SampleCubicBlockInterleaved(const Vek8u* origin, Vek32s step, const Block& block, Vek8u* dst)
 {
     F wx[4], wy[4];
     CubicWeights(block.fx, wx);
     CubicWeights(block.fy, wy);
     const Vek8u* const first = origin - step - channels;
-    F doubt = ZeroF();
-    const V a = WeighPixel<channels, 0>(first + offset[0], step, wx, wy, &doubt), b = WeighPixel<channels, 1>(first + offset[1], step, wx, wy, &doubt);
-    const V c = WeighPixel<channels, 2>(first + offset[2], step, wx, wy, &doubt), d = WeighPixel<channels, 3>(first + offset[3], step, wx, wy, &doubt);
+    F farthest = ZeroF();
+    const V a = WeighPixel<channels, 0>(first + block.offset[0], step, wx, wy, &farthest), b = WeighPixel<channels, 1>(first + block.offset[1], step, wx, wy, &farthest);
+    const V c = WeighPixel<channels, 2>(first + block.offset[2], step, wx, wy, &farthest), d = WeighPixel<channels, 3>(first + block.offset[3], step, wx, wy, &farthest);
     StorePixels<channels>(dst, a, b, c, d);
-    return MoveMask(doubt) & (channels == 3 ? 7 : 15);
+    return InDoubt(farthest, kCubicDoubt) & (channels == 3 ? 7 : 15);
 }
 
 template <int channels, class Walk>
 Vek32s SampleCubicBlocks(const SourceImage& source, Walk& walk, Vek8u* dst, Vek32s count)
 {
-    return SampleBlocks<channels, InterCubic, 1, 2>(source, walk, dst, count, [](const Vek8u* origin, Vek32s step, const Vek32s(&offset)[4], const Block& block, Vek8u* to) {
+    return SampleBlocks8<channels, InterCubic, 1, 2>(source, walk, dst, count, [](const Vek8u* origin, Vek32s step, const Block& block, Vek8u* to) {
         if constexpr (channels == 1)
-            return SampleCubicBlock1(origin, step, offset, block, to);
+            return SampleCubicBlock1(origin, step, block, to);
         else
-            return SampleCubicBlockInterleaved<channels>(origin, step, offset, block, to);
+            return SampleCubicBlockInterleaved<channels>(origin, step, block, to);
     });
 }
 

@@ -18,13 +18,13 @@ inline F Lerp(F a, F b, F t)
 }
 
 // One channel: the pairs of the four pixels side by side, upper ones in the low half.
-inline int SampleBlock1(const Vek8u* origin, Vek32s step, const Vek32s (&offset)[4], const Block& block, Vek8u* dst)
+inline int SampleBlock1(const Vek8u* origin, Vek32s step, const Block& block, Vek8u* dst)
 {
     const auto pair = [](const Vek8u* p) { return (Vek32s)Get((const Vek16u*)p); };
-    const Vek8u* const p0 = origin + offset[0];
-    const Vek8u* const p1 = origin + offset[1];
-    const Vek8u* const p2 = origin + offset[2];
-    const Vek8u* const p3 = origin + offset[3];
+    const Vek8u* const p0 = origin + block.offset[0];
+    const Vek8u* const p1 = origin + block.offset[1];
+    const Vek8u* const p2 = origin + block.offset[2];
+    const Vek8u* const p3 = origin + block.offset[3];
     V pairs = Zero();
     pairs = Insert16<0>(pairs, pair(p0));
     pairs = Insert16<1>(pairs, pair(p1));
@@ -37,42 +37,42 @@ inline int SampleBlock1(const Vek8u* origin, Vek32s step, const Vek32s (&offset)
     const V upper = WidenLow16u(pairs), lower = WidenHigh16u(pairs), left = Splat32(0xff);
     const F top = Lerp(ToFloat(And(upper, left)), ToFloat(ShiftRight32u<8>(upper)), block.fx);
     const F bottom = Lerp(ToFloat(And(lower, left)), ToFloat(ShiftRight32u<8>(lower)), block.fx);
-    F doubt = ZeroF();
-    const V value = RoundOrDoubt(Lerp(top, bottom, block.fy), kLinearDoubt, &doubt);
+    F farthest = ZeroF();
+    const V value = RoundToWhole(Lerp(top, bottom, block.fy), &farthest);
     Store32(dst, Pack16sTo8u(Pack32sTo16s(value, value), value));
-    return MoveMask(doubt);
+    return InDoubt(farthest, kLinearDoubt);
 }
 
 template <int channels, int lane>
-V SampleInterleaved(const Vek8u* p, Vek32s step, const Block& block, F* pDoubt)
+V SampleInterleaved(const Vek8u* p, Vek32s step, const Block& block, F* pFarthest)
 {
     const F fx = Pick<lane, lane, lane, lane>(block.fx, block.fx), fy = Pick<lane, lane, lane, lane>(block.fy, block.fy);
     const F top = Lerp(ToFloat(Load8uTo32s(p)), ToFloat(Load8uTo32s(p + channels)), fx);
     const F bottom = Lerp(ToFloat(Load8uTo32s(p + step)), ToFloat(Load8uTo32s(p + step + channels)), fx);
-    return RoundOrDoubt(Lerp(top, bottom, fy), kLinearDoubt, pDoubt);
+    return RoundToWhole(Lerp(top, bottom, fy), pFarthest);
 }
 
 // Three or four channels: a register holds one pixel, with three channels and a sample of the next.
 template <int channels>
-int SampleBlockInterleaved(const Vek8u* origin, Vek32s step, const Vek32s (&offset)[4], const Block& block, Vek8u* dst)
+int SampleBlockInterleaved(const Vek8u* origin, Vek32s step, const Block& block, Vek8u* dst)
 {
-    F doubt = ZeroF();
-    const V a = SampleInterleaved<channels, 0>(origin + offset[0], step, block, &doubt);
-    const V b = SampleInterleaved<channels, 1>(origin + offset[1], step, block, &doubt);
-    const V c = SampleInterleaved<channels, 2>(origin + offset[2], step, block, &doubt);
-    const V d = SampleInterleaved<channels, 3>(origin + offset[3], step, block, &doubt);
+    F farthest = ZeroF();
+    const V a = SampleInterleaved<channels, 0>(origin + block.offset[0], step, block, &farthest);
+    const V b = SampleInterleaved<channels, 1>(origin + block.offset[1], step, block, &farthest);
+    const V c = SampleInterleaved<channels, 2>(origin + block.offset[2], step, block, &farthest);
+    const V d = SampleInterleaved<channels, 3>(origin + block.offset[3], step, block, &farthest);
     StorePixels<channels>(dst, a, b, c, d);
-    return MoveMask(doubt) & (channels == 3 ? 7 : 15);
+    return InDoubt(farthest, kLinearDoubt) & (channels == 3 ? 7 : 15);
 }
 
 template <int channels, class Walk>
 Vek32s SampleLinearBlocks(const SourceImage& source, Walk& walk, Vek8u* dst, Vek32s count)
 {
-    return SampleBlocks<channels, InterLinear, 0, 1>(source, walk, dst, count, [](const Vek8u* origin, Vek32s step, const Vek32s(&offset)[4], const Block& block, Vek8u* to) {
+    return SampleBlocks8<channels, InterLinear, 0, 1>(source, walk, dst, count, [](const Vek8u* origin, Vek32s step, const Block& block, Vek8u* to) {
         if constexpr (channels == 1)
-            return SampleBlock1(origin, step, offset, block, to);
+            return SampleBlock1(origin, step, block, to);
         else
-            return SampleBlockInterleaved<channels>(origin, step, offset, block, to);
+            return SampleBlockInterleaved<channels>(origin, step, block, to);
     });
 }
 

@@ -4,6 +4,7 @@
 
 #include "geometry/affine_cubic8.h"
 #include "geometry/affine_linear8.h"
+#include "geometry/affine_nearest.h"
 #include "geometry/affine_pixel.h"
 
 namespace uvek::VEK_TIER_NAMESPACE {
@@ -14,7 +15,9 @@ template <typename T, int channels, int code, class Walk>
 void SampleSpan(const SourceImage& source, Walk& walk, Vek8u* pDst, Vek32s count)
 {
     Vek32s i = 0;
-    if constexpr (kBlocks && code == InterLinear && sizeof(T) == 1)
+    if constexpr (kBlocks && code == InterNearest)
+        i = SampleNearestBlocks<T, channels>(source, walk, pDst, count);
+    else if constexpr (kBlocks && code == InterLinear && sizeof(T) == 1)
         i = SampleLinearBlocks<channels>(source, walk, pDst, count);
     else if constexpr (kBlocks && code == InterCubic && sizeof(T) == 1)
         i = SampleCubicBlocks<channels>(source, walk, pDst, count);
