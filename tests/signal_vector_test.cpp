@@ -234,10 +234,11 @@ void FillComplex(Vector32f& re, Vector32f& im, std::mt19937& random)
     const int common = random() % 4 ? (int)(random() % 250) - 125 : 0;  // whole blocks of one exponent take the short path
     re.Fill([&] { return common ? std::ldexp((float)(int32_t)random(), common - 31) : AnyFloat(random); });
     im.Fill([&] { return common ? std::ldexp((float)(int32_t)random(), common - 31 - (int)(random() % 3)) : AnyFloat(random); });
-    if (random() % 2) {
-        const Vek32s zero = (Vek32s)(random() % (uint32_t)re.length());
-        re.set(zero, 0, 0, random() % 2 ? 0.0f : -0.0f);
-        im.set(zero, 0, 0, random() % 3 ? -0.0f : im[zero]);
+    if (random() % 2) {  // one element out of line: zeros, or what squares cannot hold
+        const Vek32s odd = (Vek32s)(random() % (uint32_t)re.length());
+        const float sizes[] = {0.0f, 0.0f, 0x1p-90f, 0x1p90f}, size = sizes[random() % 4];
+        re.set(odd, 0, 0, random() % 2 ? size : -size);
+        im.set(odd, 0, 0, random() % 3 ? -size : im[odd]);
     }
 }
 

@@ -53,18 +53,24 @@ inline D MagnitudeOf(D re, D im)
 
 // Singles serve as long as the square neither overflows nor loses bits below the smallest normal
 // number, and for the number zero; a block with any other lane goes through doubles, as in tier 0.
-// Squares stand in the order of their bits as integers, NaNs last.
-inline bool SquaresServe(V smallest, V largest)
+// Squares stand in the order of their bits as integers, NaNs last: counted from the smallest that serves,
+// those below wrap round to behind them.
+constexpr Vek32u kSmallestBits = 0x0d800000;  // 2^-100
+
+inline V FromSmallest(F square)
 {
-    constexpr Vek32s kSmallest = 0x0d800000;  // 2^-100
-    return AllZero(Or(Greater32s(Splat32(kSmallest), smallest), Greater32s(largest, Splat32(kLargestFinite))));
+    return Add32(AsInt(square), Splat32((Vek32s)(0x80000000u - kSmallestBits)));
+}
+
+inline bool SquaresServe(V largestFromSmallest)
+{
+    return AllZero(Greater32s(largestFromSmallest, Splat32((Vek32s)(0x80000000u + (Vek32u)kLargestFinite - kSmallestBits))));
 }
 
 inline bool SquareServesOrIsZero(F square, F re, F im)
 {
     const F zero = Equal(Abs(Or(re, im)), ZeroF());
-    const V bits = AsInt(Or(square, And(zero, SplatF(1))));
-    return SquaresServe(bits, bits);
+    return SquaresServe(FromSmallest(Or(square, And(zero, SplatF(1)))));
 }
 
 inline F MagnitudeInDoubles(F re, F im)
@@ -73,26 +79,41 @@ inline F MagnitudeInDoubles(F re, F im)
                      ToFloatLow(MagnitudeOf(ToDoubleHigh(re), ToDoubleHigh(im))));
 }
 
+// Four lanes, whatever they hold.
+template <typename Source>
+inline F MagnitudeOfAny(const Source& source, Vek32s i)
+{
+    F x, y;
+    source.Load4(i, x, y);
+    const F square = SumOfSquares{}(x, y);
+    return SquareServesOrIsZero(square, x, y) ? Sqrt(square) : MagnitudeInDoubles(x, y);
+}
+
 template <typename Source>
 VekStatus Magnitude(Source source, Vek32f* pDst, Vek32s len)
 {
     Vek32s i = 0;
-    if (kBlocks)
-        for (; len - i >= 8; i += 8) {
-            F x0, y0, x1, y1;
-            source.Load4(i, x0, y0);
-            source.Load4(i + 4, x1, y1);
-            const F s0 = Add(Mul(x0, x0), Mul(y0, y0)), s1 = Add(Mul(x1, x1), Mul(y1, y1));
-            F m0 = Sqrt(s0), m1 = Sqrt(s1);
-            if (!SquaresServe(Min32s(AsInt(s0), AsInt(s1)), Max32s(AsInt(s0), AsInt(s1)))) {
-                if (!SquareServesOrIsZero(s0, x0, y0))
-                    m0 = MagnitudeInDoubles(x0, y0);
-                if (!SquareServesOrIsZero(s1, x1, y1))
-                    m1 = MagnitudeInDoubles(x1, y1);
+    if (kBlocks) {
+        for (; len - i >= 16; i += 16) {  // a line's results are stored together
+            const auto square = [=](Vek32s k) {
+                F x, y;
+                source.Load4(i + k, x, y);
+                return SumOfSquares{}(x, y);
+            };
+            const F a = square(0), b = square(4), c = square(8), d = square(12);
+            if (SquaresServe(Max32s(Max32s(FromSmallest(a), FromSmallest(b)), Max32s(FromSmallest(c), FromSmallest(d))))) {
+                StoreU(pDst + i, Sqrt(a));
+                StoreU(pDst + i + 4, Sqrt(b));
+                StoreU(pDst + i + 8, Sqrt(c));
+                StoreU(pDst + i + 12, Sqrt(d));
+            } else {
+                for (Vek32s k = i; k < i + 16; k += 4)
+                    StoreU(pDst + k, MagnitudeOfAny(source, k));
             }
-            StoreU(pDst + i, m0);
-            StoreU(pDst + i + 4, m1);
         }
+        for (; len - i >= 4; i += 4)
+            StoreU(pDst + i, MagnitudeOfAny(source, i));
+    }
     for (; i < len; ++i)
         Put(pDst + i, MagnitudeOf(source.Re(i), source.Im(i)));
     return StatusOk;
