@@ -260,7 +260,6 @@ inline V ShiftLeft16By(V v, V count) { return _mm_sll_epi16(v, count); }
 inline V ShiftLeft32By(V v, V count) { return _mm_sll_epi32(v, count); }
 inline V ShiftRight16uBy(V v, V count) { return _mm_srl_epi16(v, count); }
 inline V ShiftRight32uBy(V v, V count) { return _mm_srl_epi32(v, count); }
-inline V ShiftRight64uBy(V v, V count) { return _mm_srl_epi64(v, count); }
 inline V ShiftRight16sBy(V v, V count) { return _mm_sra_epi16(v, count); }
 inline V ShiftRight32sBy(V v, V count) { return _mm_sra_epi32(v, count); }
 

@@ -61,23 +61,17 @@ void SwapSamples(const T* src, T* dst, int64_t from, int64_t width, int srcPixel
     }
 }
 
-// The first three of each four samples in another order, and zero. For tiers without a byte shuffle.
-template <typename T>
-struct SampleMoves {
-    static constexpr int kBits = 8 * (int)sizeof(T);
+// The first three of each four bytes in another order, and zero. For tiers without a byte shuffle, which move
+// wider samples as fast one by one.
+struct FourByteMoves {
     V from0, from1, from2;
 
-    explicit SampleMoves(const Vek32s* order) : from0(ShiftCount(kBits * order[0])), from1(ShiftCount(kBits * order[1])), from2(ShiftCount(kBits * order[2])) {}
+    explicit FourByteMoves(const Vek32s* order) : from0(ShiftCount(8 * order[0])), from1(ShiftCount(8 * order[1])), from2(ShiftCount(8 * order[2])) {}
 
     V operator()(V v) const
     {
-        if constexpr (sizeof(T) == 1) {
-            const auto sample = [=](V from) { return And(ShiftRight32uBy(v, from), Splat32(0xff)); };
-            return Or(sample(from0), Or(ShiftLeft32<8>(sample(from1)), ShiftLeft32<16>(sample(from2))));
-        } else {
-            const auto sample = [=](V from) { return And(ShiftRight64uBy(v, from), Splat64(0xffff)); };
-            return Or(sample(from0), Or(ShiftLeft64<16>(sample(from1)), ShiftLeft64<32>(sample(from2))));
-        }
+        const auto sample = [=](V from) { return And(ShiftRight32uBy(v, from), Splat32(0xff)); };
+        return Or(sample(from0), Or(ShiftLeft32<8>(sample(from1)), ShiftLeft32<16>(sample(from2))));
     }
 };
 
@@ -107,15 +101,6 @@ void SwapRows3(const T* pSrc, Vek32s srcStep, T* pDst, Vek32s dstStep, int64_t w
                 Store64(dst + x * 3, swapped);
                 Store64(dst + x * 3 + 7, BytesDown<7>(swapped));
             }
-        } else if (kBlocks) {
-            // Two pixels, each with the word behind it, which the next one overwrites.
-            const SampleMoves<T> moved(order);
-            for (; width - x >= 3; x += 2) {
-                const V v = LoadHigh64(Load64(src + x * 3), src + x * 3 + 3);
-                const V swapped = Or(moved(v), And(v, Splat64((int64_t)0xffff << 48)));
-                Store64(dst + x * 3, swapped);
-                StoreHigh64(dst + x * 3 + 3, swapped);
-            }
         }
         SwapSamples(src, dst, x, width, 3, 3, order);
     }
@@ -144,8 +129,8 @@ void SwapRowAlpha(const T* src, T* dst, int64_t width, const Vek32s* order)
         const V byPixel = LoadA(index);
         for (; width - x >= pixels; x += pixels)
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, Shuffle8(LoadU(src + x * 4), byPixel), alpha));
-    } else if (kBlocks) {
-        const SampleMoves<T> moved(order);
+    } else if (kBlocks && sizeof(T) == 1) {
+        const FourByteMoves moved(order);
         for (; width - x >= pixels; x += pixels)
             StoreU(dst + x * 4, BesideAlpha(dst + x * 4, moved(LoadU(src + x * 4)), alpha));
     }
