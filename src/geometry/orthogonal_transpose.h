@@ -21,7 +21,7 @@ constexpr BlockSize kBlock<2> = {8, 8};
 template <>
 constexpr BlockSize kBlock<3> = {16, 4};
 template <>
-constexpr BlockSize kBlock<4> = {4, 4};
+constexpr BlockSize kBlock<4> = {16, 4};
 
 // Source row i of the block starts at src + i step; destination row j at dst + j dstStep.
 inline void TransposeBlock1(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
@@ -72,14 +72,22 @@ inline void Transpose32(V& a, V& b, V& c, V& d)
     d = UnpackHigh64(ab1, cd1);
 }
 
+// A line of each destination row, stored at once: where rows stand a power of two apart, few lines of them stay in the cache.
 inline void TransposeBlock4(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
 {
-    V a = LoadU(src), b = LoadU(src + step), c = LoadU(src + 2 * step), d = LoadU(src + 3 * step);
-    Transpose32(a, b, c, d);
-    StoreU(dst, a);
-    StoreU(dst + dstStep, b);
-    StoreU(dst + 2 * dstStep, c);
-    StoreU(dst + 3 * dstStep, d);
+    V part[4][4];  // destination row, four columns
+    for (int i = 0; i < 4; ++i) {
+        const Vek8u* const from = src + 4 * i * step;
+        V a = LoadU(from), b = LoadU(from + step), c = LoadU(from + 2 * step), d = LoadU(from + 3 * step);
+        Transpose32(a, b, c, d);
+        part[0][i] = a;
+        part[1][i] = b;
+        part[2][i] = c;
+        part[3][i] = d;
+    }
+    for (int j = 0; j < 4; ++j)
+        for (int i = 0; i < 4; ++i)
+            StoreU(dst + j * dstStep + 16 * i, part[j][i]);
 }
 
 // Four pixels of three bytes as four of four.
@@ -125,9 +133,10 @@ void TransposeBlock(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
 }
 
 // Destination columns at a time: as many source rows stay in the cache while a tile goes down, and
-// whole lines of the destination are written. A multiple of every block's columns.
+// whole lines of the destination are written. A multiple of every block's columns. Of four-byte pixels the
+// double takes half as long again on images of 64 MB.
 template <int pixelBytes>
-constexpr Vek32s kTileColumns = 256 / pixelBytes / 16 * 16;
+constexpr Vek32s kTileColumns = (pixelBytes == 4 ? 128 : 256) / pixelBytes / 16 * 16;
 
 // Pixel (x, y) of the destination stands at src + x columnStep + y rowStep; rowStep is a pixel, forward
 // or backward.
@@ -135,7 +144,15 @@ template <int pixelBytes>
 void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst, Vek32s dstStep, VekImageSize size)
 {
     constexpr BlockSize block = kBlock<pixelBytes>;
+    const int64_t rowBytes = (int64_t)size.width * pixelBytes;
     constexpr bool hasBlocks = kBlocks && block.rows > 0 && (kHasByteShuffle || pixelBytes != 3);
+    // Source rows a page and more apart are not foreseen by a processor: a band asks for its share of the lines behind
+    // the next one. Narrow pixels have their time for it within a line.
+    constexpr int bandsPerLine = hasBlocks ? 64 / (block.rows * pixelBytes) : 1;
+    const bool isFar = pixelBytes >= 3 && rowBytes * size.height >= 1 << 24;
+    // Where the source runs backward the last band comes first, so that memory ahead is what comes next; unless
+    // destination rows overlap, whose order shows.
+    const bool isBackward = rowStep < 0, lastFirst = isBackward && dstStep >= rowBytes;
     for (int64_t x0 = 0; x0 < size.width; x0 += kTileColumns<pixelBytes>) {
         const Vek32s columns = (Vek32s)Min<int64_t>(kTileColumns<pixelBytes>, size.width - x0);
         const Vek8u* const tile = Offset(src, x0 * columnStep);
@@ -143,16 +160,23 @@ void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst
         Vek32s y = 0, blocked = 0;
         if constexpr (hasBlocks) {
             blocked = columns - columns % block.columns;
-            for (; blocked && size.height - y >= block.rows; y += block.rows) {
-                // Where the source runs backward, its block starts with the last destination row.
-                const Vek32s first = rowStep > 0 ? y : y + block.rows - 1;
-                const int64_t step = rowStep > 0 ? dstStep : -(int64_t)dstStep;
-                for (Vek32s x = 0; x < blocked; x += block.columns)
+            const Vek32s bands = blocked ? size.height / block.rows : 0;
+            for (Vek32s band = 0; band < bands; ++band) {
+                y = block.rows * (lastFirst ? bands - 1 - band : band);
+                // Its block then starts with the last destination row.
+                const Vek32s first = isBackward ? y + block.rows - 1 : y;
+                const int64_t step = isBackward ? -(int64_t)dstStep : dstStep;
+                for (Vek32s x = 0; x < blocked; x += block.columns) {
+                    if (isFar)
+                        for (Vek32s i = y / block.rows % bandsPerLine; i < block.columns; i += bandsPerLine)
+                            Prefetch(Offset(tile, (x + i) * columnStep + first * rowStep + 128));
                     TransposeBlock<pixelBytes>(Offset(tile, x * columnStep + first * rowStep), columnStep, Row(dstTile, dstStep, first) + x * pixelBytes, step);
+                }
                 for (Vek32s j = y; j < y + block.rows; ++j)
                     for (Vek32s x = blocked; x < columns; ++x)
                         MovePixel<pixelBytes>(Row(dstTile, dstStep, j) + x * pixelBytes, Offset(tile, x * columnStep + j * rowStep));
             }
+            y = bands * block.rows;
         }
         for (; y < size.height; ++y) {
             Vek8u* const to = Row(dstTile, dstStep, y);
