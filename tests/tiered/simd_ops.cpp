@@ -15,8 +15,6 @@ using test::SimdOp;
 template <typename T>
 T Read(const Vek8u* in, int lane) { return Get((const T*)in + lane); }
 
-Vek32s Wide(int64_t v, int64_t low, int64_t high) { return (Vek32s)(v < low ? low : v > high ? high : v); }
-
 // Lane by lane over 16 bytes of a and of b.
 #define LANES(op, T, Out, expression)                                                \
     {#op, [](const Vek8u* in, Vek8u* out) { StoreU(out, op(LoadU(in), LoadU(in + 16))); }, \
