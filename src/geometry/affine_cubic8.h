@@ -75,8 +75,10 @@ int SampleCubicBlockInterleaved(const Vek8u* origin, Vek32s step, const Block& b
     CubicWeights(block.fy, wy);
     const Vek8u* const first = origin - step - channels;
     F farthest = ZeroF();
-    const V a = WeighPixel<channels, 0>(first + block.offset[0], step, wx, wy, &farthest), b = WeighPixel<channels, 1>(first + block.offset[1], step, wx, wy, &farthest);
-    const V c = WeighPixel<channels, 2>(first + block.offset[2], step, wx, wy, &farthest), d = WeighPixel<channels, 3>(first + block.offset[3], step, wx, wy, &farthest);
+    const V a = WeighPixel<channels, 0>(first + block.offset[0], step, wx, wy, &farthest);
+    const V b = WeighPixel<channels, 1>(first + block.offset[1], step, wx, wy, &farthest);
+    const V c = WeighPixel<channels, 2>(first + block.offset[2], step, wx, wy, &farthest);
+    const V d = WeighPixel<channels, 3>(first + block.offset[3], step, wx, wy, &farthest);
     StorePixels<channels>(dst, a, b, c, d);
     return InDoubt(farthest, kCubicDoubt) & (channels == 3 ? 7 : 15);
 }

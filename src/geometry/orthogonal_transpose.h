@@ -72,46 +72,42 @@ inline void Transpose32(V& a, V& b, V& c, V& d)
     d = UnpackHigh64(ab1, cd1);
 }
 
-// A line of each destination row, stored at once: where rows stand a power of two apart, few lines of them stay in the cache.
-inline void TransposeBlock4(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+// 16 columns of four rows, of pixels that load(p) gives as four of four bytes: part[j][i] is destination row j, columns 4 i on.
+template <typename Load>
+inline void TransposeColumns(const Vek8u* src, int64_t step, V (&part)[4][4], Load load)
 {
-    V part[4][4];  // destination row, four columns
     for (int i = 0; i < 4; ++i) {
         const Vek8u* const from = src + 4 * i * step;
-        V a = LoadU(from), b = LoadU(from + step), c = LoadU(from + 2 * step), d = LoadU(from + 3 * step);
+        V a = load(from), b = load(from + step), c = load(from + 2 * step), d = load(from + 3 * step);
         Transpose32(a, b, c, d);
         part[0][i] = a;
         part[1][i] = b;
         part[2][i] = c;
         part[3][i] = d;
     }
+}
+
+// A line of each destination row, stored at once: where rows stand a power of two apart, few lines of them stay in the cache.
+inline void TransposeBlock4(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
+{
+    V part[4][4];
+    TransposeColumns(src, step, part, [](const Vek8u* p) { return LoadU(p); });
     for (int j = 0; j < 4; ++j)
         for (int i = 0; i < 4; ++i)
             StoreU(dst + j * dstStep + 16 * i, part[j][i]);
 }
 
-// Four pixels of three bytes as four of four.
-inline V LoadSpread3(const Vek8u* p)
-{
-    return Shuffle8(UnpackLow64(Load64(p), Load32(p + 8)), Lanes8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-}
-
 inline void TransposeBlock3(const Vek8u* src, int64_t step, Vek8u* dst, int64_t dstStep)
 {
-    V part[4][4];  // destination row, four columns
-    for (int i = 0; i < 4; ++i) {
-        const Vek8u* const from = src + 4 * i * step;
-        V a = LoadSpread3(from), b = LoadSpread3(from + step), c = LoadSpread3(from + 2 * step), d = LoadSpread3(from + 3 * step);
-        Transpose32(a, b, c, d);
-        part[0][i] = a;
-        part[1][i] = b;
-        part[2][i] = c;
-        part[3][i] = d;
-    }
+    V part[4][4];
+    TransposeColumns(src, step, part, [](const Vek8u* p) {
+        return Shuffle8(UnpackLow64(Load64(p), Load32(p + 8)), Lanes8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+    });
     // 12 bytes at the end of the register, which the next twelve are joined to.
     const V toEnd = Lanes8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14);
     for (int j = 0; j < 4; ++j) {
-        const V a = Shuffle8(part[j][0], toEnd), b = Shuffle8(part[j][1], toEnd), c = Shuffle8(part[j][2], toEnd), d = Shuffle8(part[j][3], toEnd);
+        const V a = Shuffle8(part[j][0], toEnd), b = Shuffle8(part[j][1], toEnd);
+        const V c = Shuffle8(part[j][2], toEnd), d = Shuffle8(part[j][3], toEnd);
         Vek8u* const to = dst + j * dstStep;
         StoreU(to, Concat<4>(a, BytesDown<4>(b)));
         StoreU(to + 16, Concat<8>(b, BytesDown<4>(c)));
@@ -167,10 +163,11 @@ void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst
                 const Vek32s first = isBackward ? y + block.rows - 1 : y;
                 const int64_t step = isBackward ? -(int64_t)dstStep : dstStep;
                 for (Vek32s x = 0; x < blocked; x += block.columns) {
+                    const Vek8u* const from = Offset(tile, x * columnStep + first * rowStep);
                     if (isFar)
                         for (Vek32s i = y / block.rows % bandsPerLine; i < block.columns; i += bandsPerLine)
-                            Prefetch(Offset(tile, (x + i) * columnStep + first * rowStep + 128));
-                    TransposeBlock<pixelBytes>(Offset(tile, x * columnStep + first * rowStep), columnStep, Row(dstTile, dstStep, first) + x * pixelBytes, step);
+                            Prefetch(Offset(from, i * columnStep + 128));
+                    TransposeBlock<pixelBytes>(from, columnStep, Row(dstTile, dstStep, first) + x * pixelBytes, step);
                 }
                 for (Vek32s j = y; j < y + block.rows; ++j)
                     for (Vek32s x = blocked; x < columns; ++x)
