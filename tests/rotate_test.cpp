@@ -120,6 +120,26 @@ TEST_P(RotateTest, QuarterTurnsMovePixelsAsTheyAre)
     });
 }
 
+TEST_P(RotateTest, QuarterTurnsOntoRowsThatOverlapEqualTier0)
+{
+    std::mt19937 random(Seed());
+    ForEachFormat([&](auto format) {
+        using F = decltype(format);
+        const auto src = Random<typename F::Image>(ShapeOf(24, 40, 1), random);
+        for (const int turns : {1, 2, 3}) {
+            const VekImageRect all = {0, 0, turns == 2 ? 24 : 40, turns == 2 ? 40 : 24};
+            const auto run = [&] {
+                std::vector<typename F::Sample> dst(80 * 16 * F::kChannels);
+                const Vek32s step = (Vek32s)sizeof(typename F::Sample) * F::kChannels * 7;
+                EXPECT_EQ(StatusOk, format.rotate(src.data(), src.size(), src.step(), {0, 0, 24, 40}, dst.data(), step, all, turns * 90.0,
+                                                  turns == 1 ? 0 : all.width - 1, turns == 3 ? 0 : all.height - 1, InterNearest));
+                return dst;
+            };
+            ASSERT_EQ(OnTier(0, run), run()) << turns << " turns, " << F::kChannels << " channels, seed " << Seed();
+        }
+    });
+}
+
 TEST_P(RotateTest, FourQuarterTurnsGiveTheImageBack)
 {
     const Format<Vek8u, 3> format{vekiRotate_8u_C3R};

@@ -146,20 +146,20 @@ void Transpose(const Vek8u* src, int64_t columnStep, int64_t rowStep, Vek8u* dst
     // the next one. Narrow pixels have their time for it within a line.
     constexpr int bandsPerLine = hasBlocks ? 64 / (block.rows * pixelBytes) : 1;
     const bool isFar = pixelBytes >= 3 && rowBytes * size.height >= 1 << 24;
-    // Where the source runs backward the last band comes first, so that memory ahead is what comes next; unless
-    // destination rows overlap, whose order shows.
-    const bool isBackward = rowStep < 0, lastFirst = isBackward && dstStep >= rowBytes;
+    // Destination rows that overlap show in which order they are written: by blocks, it would not be tier 0's.
+    const bool areApart = dstStep >= rowBytes, isBackward = rowStep < 0;
     for (int64_t x0 = 0; x0 < size.width; x0 += kTileColumns<pixelBytes>) {
         const Vek32s columns = (Vek32s)Min<int64_t>(kTileColumns<pixelBytes>, size.width - x0);
         const Vek8u* const tile = Offset(src, x0 * columnStep);
         Vek8u* const dstTile = dst + x0 * pixelBytes;
         Vek32s y = 0, blocked = 0;
         if constexpr (hasBlocks) {
-            blocked = columns - columns % block.columns;
+            blocked = areApart ? columns - columns % block.columns : 0;
             const Vek32s bands = blocked ? size.height / block.rows : 0;
             for (Vek32s band = 0; band < bands; ++band) {
-                y = block.rows * (lastFirst ? bands - 1 - band : band);
-                // Its block then starts with the last destination row.
+                // Where the source runs backward the last band comes first, so that memory ahead is what comes next, and
+                // a block starts with its last row.
+                y = block.rows * (isBackward ? bands - 1 - band : band);
                 const Vek32s first = isBackward ? y + block.rows - 1 : y;
                 const int64_t step = isBackward ? -(int64_t)dstStep : dstStep;
                 for (Vek32s x = 0; x < blocked; x += block.columns) {
