@@ -9,9 +9,13 @@ namespace uvek::VEK_TIER_NAMESPACE {
 namespace {
 
 // Pixels go by one load and one store of a power of two of bytes, which may reach into the next pixel.
-constexpr int BytesMoved(int pixelBytes) { return pixelBytes <= 2 ? pixelBytes : pixelBytes <= 4 ? 4
-                                                                           : pixelBytes <= 8     ? 8
-                                                                                                 : 16; }
+constexpr int BytesMoved(int pixelBytes)
+{
+    int moved = 1;
+    while (moved < pixelBytes)
+        moved *= 2;
+    return moved;
+}
 
 // Alone remain positions below zero, those that round to beyond the last pixel, and a row's last pixel where the
 // load would reach beyond it.

@@ -19,17 +19,10 @@ template <bool stream>
 inline void Copy64(const Vek8u* src, Vek8u* dst)
 {
     const V a = LoadU(src), b = LoadU(src + 16), c = LoadU(src + 32), d = LoadU(src + 48);
-    if (stream) {
-        Stream(dst, a);
-        Stream(dst + 16, b);
-        Stream(dst + 32, c);
-        Stream(dst + 48, d);
-    } else {
-        StoreA(dst, a);
-        StoreA(dst + 16, b);
-        StoreA(dst + 32, c);
-        StoreA(dst + 48, d);
-    }
+    Store<stream>(dst, a);
+    Store<stream>(dst + 16, b);
+    Store<stream>(dst + 32, c);
+    Store<stream>(dst + 48, d);
 }
 
 template <typename T>
