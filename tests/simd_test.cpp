@@ -1,4 +1,4 @@
-// Every operation of the vector layer against scalar code, on every tier.
+// The operations of the vector layer that are more than an instruction, against scalar code, on every tier.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -83,35 +83,11 @@ F SmallFloats(const Vek8u* in) { return LanesF(SmallFloat(in, 0), SmallFloat(in,
 // An expression among a macro's arguments is taken for a declaration of pointers.
 // clang-format off
 const SimdOp kOps[] = {
-    LANES(And, Vek8u, Vek8u, a & b),
-    LANES(AndNot, Vek8u, Vek8u, ~a & b),
-    LANES(Equal8, Vek8u, Vek8u, a == b ? 255 : 0),
-    LANES(Equal16, Vek16u, Vek16u, a == b ? 65535 : 0),
-    LANES(Greater16s, Vek16s, Vek16s, a > b ? -1 : 0),
-    LANES(Greater32s, Vek32s, Vek32s, a > b ? -1 : 0),
-    LANES(AddSat8u, Vek8u, Vek8u, Min(a + b, 255)),
-    LANES(AddSat16u, Vek16u, Vek16u, Min(a + b, 65535)),
-    LANES(AddSat16s, Vek16s, Vek16s, Saturate16s(a + b)),
-    LANES(SubSat16u, Vek16u, Vek16u, Max(a - b, 0)),
-    LANES(SubSat16s, Vek16s, Vek16s, Saturate16s(a - b)),
-    LANES(Average8u, Vek8u, Vek8u, (a + b + 1) >> 1),
-    LANES(Average16u, Vek16u, Vek16u, (a + b + 1) >> 1),
-    LANES(MulLow16, Vek16s, Vek16s, a * b),
-    LANES(MulHigh16s, Vek16s, Vek16s, (a * b) >> 16),
-    LANES(MulHigh16u, Vek16u, Vek16u, ((Vek32u)a * b) >> 16),
     LANES(MulLow32, Vek32s, Vek32s, (Vek32u)a * (Vek32u)b),
     LANES(MulRound16s, Vek16s, Vek16s, (a * b + 0x4000) >> 15),
-    LANES(Min8u, Vek8u, Vek8u, Min(a, b)),
-    LANES(Max8u, Vek8u, Vek8u, Max(a, b)),
     LANES(Min32s, Vek32s, Vek32s, Min(a, b)),
     LANES(Max32s, Vek32s, Vek32s, Max(a, b)),
     UNARY(Abs16, Vek16s, a < 0 ? -a : a),
-    FREE("MulAdd16", { StoreU(out, MulAdd16(LoadU(in), LoadU(in + 16))); }, {
-        for (int i = 0; i < 4; ++i) {
-            const int even = Read<Vek16s>(in, 2 * i) * Read<Vek16s>(in + 16, 2 * i);
-            Put((Vek32s*)out + i, (Vek32s)((Vek32u)even + (Vek32u)(Read<Vek16s>(in, 2 * i + 1) * Read<Vek16s>(in + 16, 2 * i + 1))));
-        }
-    }),
     FREE("MulAdd8us", { StoreU(out, MulAdd8us(LoadU(in), LoadU(in + 16))); }, {
         for (int i = 0; i < 8; ++i)
             Put((Vek16s*)out + i, Saturate16s(in[2 * i] * (Vek8s)in[16 + 2 * i] + in[2 * i + 1] * (Vek8s)in[17 + 2 * i]));
@@ -135,14 +111,6 @@ const SimdOp kOps[] = {
         for (int i = 0; i < 16; ++i)
             out[i] = in[16 + i] & 0x80 ? (Vek8u)0 : in[in[16 + i] & 15];
     }),
-    FREE("Pack16sTo8u", { StoreU(out, Pack16sTo8u(LoadU(in), LoadU(in + 16))); }, {
-        for (int i = 0; i < 16; ++i)
-            out[i] = Saturate8u(Read<Vek16s>(in, i));
-    }),
-    FREE("Pack32sTo16s", { StoreU(out, Pack32sTo16s(LoadU(in), LoadU(in + 16))); }, {
-        for (int i = 0; i < 8; ++i)
-            Put((Vek16s*)out + i, Saturate16s(Read<Vek32s>(in, i)));
-    }),
     FREE("Pack32sTo16u", { StoreU(out, Pack32sTo16u(LoadU(in), LoadU(in + 16))); }, {
         for (int i = 0; i < 8; ++i)
             Put((Vek16u*)out + i, Saturate16u(Read<Vek32s>(in, i)));
@@ -160,7 +128,6 @@ const SimdOp kOps[] = {
         memcpy(out + 8, in + 17, 8);
         memcpy(out + 17, in + 8, 8);
     }),
-    LANES(Max16s, Vek16s, Vek16s, Max(a, b)),
     FREE("SumPairs8u", { StoreU(out, SumPairs8u(LoadU(in))); }, {
         for (int i = 0; i < 8; ++i)
             Put((Vek16u*)out + i, (Vek16u)(in[2 * i] + in[2 * i + 1]));
